@@ -1,0 +1,303 @@
+/*
+ * vspsr.h - numeric primitives for speech recognition.
+ *
+ * The one public header of the library: element types, status values,
+ * hints, the version record, the opaque object types and every exported
+ * function. Valid C99 and C++.
+ *
+ * Conventions shared by every export:
+ *  - every function except vspsrGetLibVersion returns a VspStatus: zero for
+ *    success, negative when the call was refused, positive for a warning
+ *    (the function ran; its outputs hold what the function documents);
+ *  - arguments are checked before any output is touched, and a refused call
+ *    leaves every output as it was;
+ *  - "_D2" matrices are one block with a row step counted in elements,
+ *    "_D2L" matrices are arrays of row pointers;
+ *  - fixed-point integers hold V * 2^(-scaleFactor).
+ */
+#ifndef VSPSR_H
+#define VSPSR_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(VSPSR_BUILDING)
+#define VSP_API __attribute__((visibility("default")))
+#else
+#define VSP_API
+#endif
+
+#if defined(VSPCORE_BUILDING)
+#define VSPCORE_API __attribute__((visibility("default")))
+#else
+#define VSPCORE_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---------------------------------------------------------------------------
+ * Element types
+ * ------------------------------------------------------------------------- */
+
+typedef uint8_t Vsp8u;
+typedef uint16_t Vsp16u;
+typedef int16_t Vsp16s;
+typedef int32_t Vsp32s;
+typedef int64_t Vsp64s;
+typedef float Vsp32f;
+typedef double Vsp64f;
+
+/* ---------------------------------------------------------------------------
+ * Status values
+ * ------------------------------------------------------------------------- */
+
+typedef Vsp32s VspStatus;
+
+enum {
+  vspStatusOk = 0,
+
+  vspWarningDegenerateInput = 4,
+  vspWarningDivideByZero = 6,
+  vspWarningZeroInLog = 7,
+  vspWarningNegativeInLog = 8,
+  vspWarningAllFloored = 11,
+  vspWarningZeroOccupancy = 16,
+  vspWarningCodebookReduced = 31,
+
+  vspStatusInnerCallFailed = -2,
+  vspStatusOutOfRange = -5,
+  vspStatusBadSize = -6,
+  vspStatusBadValue = -7,
+  vspStatusNullPointer = -8,
+  vspStatusNoMemory = -9,
+  vspStatusZeroDivisor = -10,
+  vspStatusBadTransformOrder = -15,
+  vspStatusBadTransformFlag = -16,
+  vspStatusBadContext = -17,
+  vspStatusBadStep = -37,
+  vspStatusNoConvergence = -65,
+  vspStatusBadCodebookHint = -66,
+  vspStatusNegativeOccupancy = -67,
+  vspStatusFilterBankNotReady = -69,
+  vspStatusBadFilterBankFlag = -70,
+  vspStatusBadBandEdges = -71,
+  vspStatusNoLspRoots = -114,
+  vspStatusBadLspOrder = -115,
+  vspStatusUnstableFilter = -116,
+  vspStatusNonPositiveResidual = -117,
+  vspStatusBadSpan = -119,
+  vspStatusBadCodebookObject = -9999
+};
+
+/* ---------------------------------------------------------------------------
+ * Hints and flag words
+ * ------------------------------------------------------------------------- */
+
+/* Selects a speed or accuracy path of the log-domain functions. */
+typedef Vsp32s VspHint;
+enum { vspHintDefault = 0, vspHintFast = 1, vspHintAccurate = 2 };
+
+/* Filter bank flag bits. */
+enum { vspFBankMelWeights = 1, vspFBankBinWeights = 2, vspFBankTransformInput = 4 };
+
+/* Delta feature stream marks. */
+enum { vspDeltaBegin = 1, vspDeltaEnd = 2 };
+
+/* Codebook construction. */
+typedef Vsp32s VspCodebookHint;
+enum {
+  vspCdbkHintFull = 1,
+  vspCdbkHintTreeDistortion = 2,
+  vspCdbkHintTreePopulation = 3
+};
+
+/* Voice activity decisions. */
+enum { vspVADSilence = 0, vspVADSpeech = 1, vspVADUndecided = 2 };
+
+/* ---------------------------------------------------------------------------
+ * The version record
+ * ------------------------------------------------------------------------- */
+
+typedef struct VspLibraryVersion {
+  Vsp32s major;
+  Vsp32s minor;
+  Vsp32s majorBuild;
+  Vsp32s build;
+  char targetTag[4];
+  const char* name;
+  const char* versionText;
+  const char* buildDate;
+} VspLibraryVersion;
+
+/* ---------------------------------------------------------------------------
+ * Opaque objects: callers hold them through pointers, or reserve the byte
+ * count that the family's GetSize reports.
+ * ------------------------------------------------------------------------- */
+
+typedef struct VspFBankState_32f VspFBankState_32f;
+typedef struct VspFBankState_16s VspFBankState_16s;
+typedef struct VspFBankState_32s VspFBankState_32s;
+typedef struct VspDCTLifterState_32f VspDCTLifterState_32f;
+typedef struct VspDCTLifterState_16s VspDCTLifterState_16s;
+typedef struct VspResamplingState VspResamplingState;
+typedef struct VspResamplingFixedState VspResamplingFixedState;
+typedef struct VspCodebook VspCodebook;
+typedef struct VspBlockDMatrix VspBlockDMatrix;
+typedef struct VspVADAuroraState VspVADAuroraState;
+typedef struct VspMCRAState VspMCRAState;
+
+/* ---------------------------------------------------------------------------
+ * Memory (provided by the sibling library vspcore)
+ * ------------------------------------------------------------------------- */
+
+/* A block of at least `size` bytes aligned to 64 bytes, or null. */
+VSPCORE_API void* vspMalloc(size_t size);
+/* Releases a block from vspMalloc; null is ignored. */
+VSPCORE_API void vspFree(void* block);
+
+/* ===========================================================================
+ * Library frame
+ * ========================================================================= */
+
+/* The library's one constant version record. Never fails, never allocates. */
+VSP_API const VspLibraryVersion* vspsrGetLibVersion(void);
+
+/* ===========================================================================
+ * Acoustic scoring
+ * ========================================================================= */
+
+/* ---- Single-observation Gaussian evaluation ---------------------------- */
+
+VSP_API VspStatus vspsLogGaussSingle_32f(const Vsp32f* src, const Vsp32f* mean, const Vsp32f* var,
+                                         Vsp32s len, Vsp32f* dst, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussSingle_32f64f(const Vsp32f* src, const Vsp32f* mean,
+                                            const Vsp32f* var, Vsp32s len, Vsp64f* dst,
+                                            Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_64f(const Vsp64f* src, const Vsp64f* mean, const Vsp64f* var,
+                                         Vsp32s len, Vsp64f* dst, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                                const Vsp16s* var, Vsp32s len, Vsp32s* dst,
+                                                Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_Low_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                                    const Vsp16s* var, Vsp32s len, Vsp32s* dst,
+                                                    Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_Scaled_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                                   const Vsp16s* var, Vsp32s len, Vsp32f* dst,
+                                                   Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_LowScaled_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                                      const Vsp16s* var, Vsp32s len, Vsp32f* dst,
+                                                      Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_IdVar_32f(const Vsp32f* src, const Vsp32f* mean, Vsp32s len,
+                                               Vsp32f* dst, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussSingle_IdVar_32f64f(const Vsp32f* src, const Vsp32f* mean,
+                                                  Vsp32s len, Vsp64f* dst, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_IdVar_64f(const Vsp64f* src, const Vsp64f* mean, Vsp32s len,
+                                               Vsp64f* dst, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_IdVar_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                                      Vsp32s len, Vsp32s* dst, Vsp32s gConst,
+                                                      Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_IdVarLow_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                                         Vsp32s len, Vsp32s* dst, Vsp32s gConst,
+                                                         Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_IdVarScaled_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                                        Vsp32s len, Vsp32f* dst, Vsp32f gConst,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_IdVarLowScaled_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                                           Vsp32s len, Vsp32f* dst, Vsp32f gConst,
+                                                           Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_DirectVar_32f(const Vsp32f* src, const Vsp32f* mean,
+                                                   const Vsp32f* var, Vsp32s len, Vsp32f* dst,
+                                                   Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussSingle_DirectVar_32f64f(const Vsp32f* src, const Vsp32f* mean,
+                                                      const Vsp32f* var, Vsp32s len, Vsp64f* dst,
+                                                      Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_DirectVar_64f(const Vsp64f* src, const Vsp64f* mean,
+                                                   const Vsp64f* var, Vsp32s len, Vsp64f* dst,
+                                                   Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_DirectVar_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                                          const Vsp16s* var, Vsp32s len,
+                                                          Vsp32s* dst, Vsp32s gConst,
+                                                          Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_DirectVarScaled_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                                            const Vsp16s* var, Vsp32s len,
+                                                            Vsp32f* dst, Vsp32f gConst,
+                                                            Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_BlockDVar_32f(const Vsp32f* src, const Vsp32f* mean,
+                                                   const VspBlockDMatrix* blockInvCov, Vsp32s len,
+                                                   Vsp32f* dst, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussSingle_BlockDVar_32f64f(const Vsp32f* src, const Vsp32f* mean,
+                                                      const VspBlockDMatrix* blockInvCov,
+                                                      Vsp32s len, Vsp64f* dst, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_BlockDVar_64f(const Vsp64f* src, const Vsp64f* mean,
+                                                   const VspBlockDMatrix* blockInvCov, Vsp32s len,
+                                                   Vsp64f* dst, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussSingle_BlockDVar_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                                          const VspBlockDMatrix* blockInvCov,
+                                                          Vsp32s len, Vsp32s* dst, Vsp32s gConst,
+                                                          Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussSingle_BlockDVarScaled_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                                            const VspBlockDMatrix* blockInvCov,
+                                                            Vsp32s len, Vsp32f* dst,
+                                                            Vsp32f gConst, Vsp32s scaleFactor);
+
+VSP_API VspStatus vspsMahDistSingle_32f(const Vsp32f* src, const Vsp32f* mean, const Vsp32f* var,
+                                        Vsp32s len, Vsp32f* dst);
+VSP_API VspStatus vspsMahDistSingle_32f64f(const Vsp32f* src, const Vsp32f* mean,
+                                           const Vsp32f* var, Vsp32s len, Vsp64f* dst);
+VSP_API VspStatus vspsMahDistSingle_64f(const Vsp64f* src, const Vsp64f* mean, const Vsp64f* var,
+                                        Vsp32s len, Vsp64f* dst);
+VSP_API VspStatus vspsMahDistSingle_16s32f(const Vsp16s* src, const Vsp16s* mean,
+                                           const Vsp16s* var, Vsp32s len, Vsp32f* dst);
+VSP_API VspStatus vspsMahDistSingle_16s32s_Sfs(const Vsp16s* src, const Vsp16s* mean,
+                                               const Vsp16s* var, Vsp32s len, Vsp32s* dst,
+                                               Vsp32s scaleFactor);
+
+/* ===========================================================================
+ * Acoustic front end
+ * ========================================================================= */
+
+/* ===========================================================================
+ * Vector quantization
+ * ========================================================================= */
+
+/* ===========================================================================
+ * Template matching
+ * ========================================================================= */
+
+/* ===========================================================================
+ * Model estimation
+ * ========================================================================= */
+
+/* ---- Block-diagonal matrix object --------------------------------------- */
+
+/* Builds a block-diagonal matrix of `blockCount` square blocks; block b takes
+ * blockSizes[b] consecutive pointers of srcRows and copies the first
+ * blockSizes[b] elements of each. */
+VSP_API VspStatus vspsBlockDMatrixInitAlloc_16s(VspBlockDMatrix** dstObject,
+                                                const Vsp16s* const* srcRows,
+                                                const Vsp32s* blockSizes, Vsp32s blockCount);
+VSP_API VspStatus vspsBlockDMatrixInitAlloc_32f(VspBlockDMatrix** dstObject,
+                                                const Vsp32f* const* srcRows,
+                                                const Vsp32s* blockSizes, Vsp32s blockCount);
+VSP_API VspStatus vspsBlockDMatrixInitAlloc_64f(VspBlockDMatrix** dstObject,
+                                                const Vsp64f* const* srcRows,
+                                                const Vsp32s* blockSizes, Vsp32s blockCount);
+VSP_API VspStatus vspsBlockDMatrixFree_16s(VspBlockDMatrix* object);
+VSP_API VspStatus vspsBlockDMatrixFree_32f(VspBlockDMatrix* object);
+VSP_API VspStatus vspsBlockDMatrixFree_64f(VspBlockDMatrix* object);
+
+/* ===========================================================================
+ * Noise tracking and suppression
+ * ========================================================================= */
+
+/* ===========================================================================
+ * Distributed speech front end
+ * ========================================================================= */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VSPSR_H */
