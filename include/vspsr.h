@@ -168,6 +168,8 @@ VSP_API const VspLibraryVersion* vspsrGetLibVersion(void);
  * Acoustic scoring
  * ========================================================================= */
 
+/* ---- Log-domain arithmetic ---------------------------------------------- */
+
 /* ---- Single-observation Gaussian evaluation ---------------------------- */
 
 VSP_API VspStatus vspsLogGaussSingle_32f(const Vsp32f* src, const Vsp32f* mean, const Vsp32f* var,
@@ -254,9 +256,25 @@ VSP_API VspStatus vspsMahDistSingle_16s32s_Sfs(const Vsp16s* src, const Vsp16s* 
                                                const Vsp16s* var, Vsp32s len, Vsp32s* dst,
                                                Vsp32s scaleFactor);
 
+/* ---- Frame-block Gaussian evaluation ----------------------------------- */
+
+/* ---- Multi-mixture evaluation ------------------------------------------- */
+
+/* ---- Mixture scoring ---------------------------------------------------- */
+
+/* ---- Distances and output-probability precomputation -------------------- */
+
 /* ===========================================================================
  * Acoustic front end
  * ========================================================================= */
+
+/* ---- Filter bank objects ------------------------------------------------- */
+
+/* ---- Filter bank evaluation ---------------------------------------------- */
+
+/* ---- DCT and liftering --------------------------------------------------- */
+
+/* ---- Delta features ------------------------------------------------------ */
 
 /* ===========================================================================
  * Vector quantization
