@@ -170,6 +170,33 @@ VSP_API const VspLibraryVersion* vspsrGetLibVersion(void);
 
 /* ---- Log-domain arithmetic ---------------------------------------------- */
 
+/* srcDst[i] = ln(exp(src[i]) + exp(srcDst[i])). vspHintDefault and
+ * vspHintAccurate take the polynomial path, vspHintFast the table path (the
+ * 64f member has only the first); any other hint does nothing. Results are
+ * floored at -4.5e6 (32f) or -1e10 (64f); the integer members hold
+ * V * 2^(-scaleFactor) and have no floor. */
+VSP_API VspStatus vspsLogAdd_32f(const Vsp32f* src, Vsp32f* srcDst, Vsp32s len, VspHint hint);
+VSP_API VspStatus vspsLogAdd_64f(const Vsp64f* src, Vsp64f* srcDst, Vsp32s len, VspHint hint);
+VSP_API VspStatus vspsLogAdd_16s_Sfs(const Vsp16s* src, Vsp16s* srcDst, Vsp32s len,
+                                     Vsp32s scaleFactor, VspHint hint);
+VSP_API VspStatus vspsLogAdd_32s_Sfs(const Vsp32s* src, Vsp32s* srcDst, Vsp32s len,
+                                     Vsp32s scaleFactor, VspHint hint);
+/* srcDst[i] = ln(exp(src[i]) - exp(srcDst[i])); vspStatusBadValue, with
+ * nothing written, unless every srcDst[i] is below src[i]. */
+VSP_API VspStatus vspsLogSub_32f(const Vsp32f* src, Vsp32f* srcDst, Vsp32s len);
+VSP_API VspStatus vspsLogSub_64f(const Vsp64f* src, Vsp64f* srcDst, Vsp32s len);
+VSP_API VspStatus vspsLogSub_16s_Sfs(const Vsp16s* src, Vsp16s* srcDst, Vsp32s len,
+                                     Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogSub_32s_Sfs(const Vsp32s* src, Vsp32s* srcDst, Vsp32s len,
+                                     Vsp32s scaleFactor);
+/* dst[0] = the log-sum of src[0 .. len-1], folded from the left. */
+VSP_API VspStatus vspsLogSum_32f(const Vsp32f* src, Vsp32f* dst, Vsp32s len);
+VSP_API VspStatus vspsLogSum_64f(const Vsp64f* src, Vsp64f* dst, Vsp32s len);
+VSP_API VspStatus vspsLogSum_16s_Sfs(const Vsp16s* src, Vsp16s* dst, Vsp32s len,
+                                     Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogSum_32s_Sfs(const Vsp32s* src, Vsp32s* dst, Vsp32s len,
+                                     Vsp32s scaleFactor);
+
 /* ---- Single-observation Gaussian evaluation ---------------------------- */
 
 VSP_API VspStatus vspsLogGaussSingle_32f(const Vsp32f* src, const Vsp32f* mean, const Vsp32f* var,
