@@ -285,6 +285,232 @@ VSP_API VspStatus vspsMahDistSingle_16s32s_Sfs(const Vsp16s* src, const Vsp16s* 
 
 /* ---- Frame-block Gaussian evaluation ----------------------------------- */
 
+/* Scores of `height` frames (rows of src) against one Gaussian: dst[i] is
+ * written. */
+VSP_API VspStatus vspsLogGauss_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                      const Vsp32f* var, Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                      Vsp32f gConst);
+VSP_API VspStatus vspsLogGauss_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                       const Vsp32f* var, Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                       Vsp32f gConst);
+VSP_API VspStatus vspsLogGauss_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                      const Vsp64f* var, Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                      Vsp64f gConst);
+VSP_API VspStatus vspsLogGauss_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                       const Vsp64f* var, Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                       Vsp64f gConst);
+VSP_API VspStatus vspsLogGauss_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step, const Vsp16s* mean,
+                                            const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                            Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                             const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                             Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_Low_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step, const Vsp16s* mean,
+                                                const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                                Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_Low_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                                 const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                                 Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_Scaled_16s32f_D2(const Vsp16s* src, Vsp32s step, const Vsp16s* mean,
+                                                const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                Vsp32s height, Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_Scaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                 const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                 Vsp32s height, Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_LowScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                   const Vsp16s* mean, const Vsp16s* var,
+                                                   Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                   Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_LowScaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                    const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                    Vsp32s height, Vsp32f gConst,
+                                                    Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVar_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                            Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                            Vsp32f gConst);
+VSP_API VspStatus vspsLogGauss_IdVar_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                             Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                             Vsp32f gConst);
+VSP_API VspStatus vspsLogGauss_IdVar_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                            Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                            Vsp64f gConst);
+VSP_API VspStatus vspsLogGauss_IdVar_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                             Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                             Vsp64f gConst);
+VSP_API VspStatus vspsLogGauss_IdVar_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step,
+                                                  const Vsp16s* mean, Vsp32s width, Vsp32s* dst,
+                                                  Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVar_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                                   Vsp32s width, Vsp32s* dst, Vsp32s height,
+                                                   Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVarLow_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step,
+                                                     const Vsp16s* mean, Vsp32s width, Vsp32s* dst,
+                                                     Vsp32s height, Vsp32s gConst,
+                                                     Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVarLow_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                                      Vsp32s width, Vsp32s* dst, Vsp32s height,
+                                                      Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVarScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                     const Vsp16s* mean, Vsp32s width, Vsp32f* dst,
+                                                     Vsp32s height, Vsp32f gConst,
+                                                     Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVarScaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                      Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                      Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVarLowScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                        const Vsp16s* mean, Vsp32s width,
+                                                        Vsp32f* dst, Vsp32s height, Vsp32f gConst,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGauss_IdVarLowScaled_16s32f_D2L(const Vsp16s* const* src,
+                                                         const Vsp16s* mean, Vsp32s width,
+                                                         Vsp32f* dst, Vsp32s height, Vsp32f gConst,
+                                                         Vsp32s scaleFactor);
+
+/* As vspsLogGauss_*, keeping in dst[i] the larger of the score and dst[i]. */
+VSP_API VspStatus vspsLogGaussMax_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                         const Vsp32f* var, Vsp32s width, Vsp32f* dst,
+                                         Vsp32s height, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussMax_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                          const Vsp32f* var, Vsp32s width, Vsp32f* dst,
+                                          Vsp32s height, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussMax_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                         const Vsp64f* var, Vsp32s width, Vsp64f* dst,
+                                         Vsp32s height, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussMax_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                          const Vsp64f* var, Vsp32s width, Vsp64f* dst,
+                                          Vsp32s height, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussMax_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step, const Vsp16s* mean,
+                                               const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                               Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                                const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                                Vsp32s height, Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_Low_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step,
+                                                   const Vsp16s* mean, const Vsp16s* var,
+                                                   Vsp32s width, Vsp32s* dst, Vsp32s height,
+                                                   Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_Low_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                                    const Vsp16s* var, Vsp32s width, Vsp32s* dst,
+                                                    Vsp32s height, Vsp32s gConst,
+                                                    Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_Scaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                   const Vsp16s* mean, const Vsp16s* var,
+                                                   Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                   Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_Scaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                    const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                    Vsp32s height, Vsp32f gConst,
+                                                    Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_LowScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                      const Vsp16s* mean, const Vsp16s* var,
+                                                      Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                      Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_LowScaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                       const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                       Vsp32s height, Vsp32f gConst,
+                                                       Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVar_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                               Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                               Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussMax_IdVar_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                                Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussMax_IdVar_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                               Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                               Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussMax_IdVar_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                                Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                                Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussMax_IdVar_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step,
+                                                     const Vsp16s* mean, Vsp32s width, Vsp32s* dst,
+                                                     Vsp32s height, Vsp32s gConst,
+                                                     Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVar_16s32s_D2LSfs(const Vsp16s* const* src, const Vsp16s* mean,
+                                                      Vsp32s width, Vsp32s* dst, Vsp32s height,
+                                                      Vsp32s gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVarLow_16s32s_D2Sfs(const Vsp16s* src, Vsp32s step,
+                                                        const Vsp16s* mean, Vsp32s width,
+                                                        Vsp32s* dst, Vsp32s height, Vsp32s gConst,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVarLow_16s32s_D2LSfs(const Vsp16s* const* src,
+                                                         const Vsp16s* mean, Vsp32s width,
+                                                         Vsp32s* dst, Vsp32s height, Vsp32s gConst,
+                                                         Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVarScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                        const Vsp16s* mean, Vsp32s width,
+                                                        Vsp32f* dst, Vsp32s height, Vsp32f gConst,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVarScaled_16s32f_D2L(const Vsp16s* const* src,
+                                                         const Vsp16s* mean, Vsp32s width,
+                                                         Vsp32f* dst, Vsp32s height, Vsp32f gConst,
+                                                         Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVarLowScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                           const Vsp16s* mean, Vsp32s width,
+                                                           Vsp32f* dst, Vsp32s height,
+                                                           Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMax_IdVarLowScaled_16s32f_D2L(const Vsp16s* const* src,
+                                                            const Vsp16s* mean, Vsp32s width,
+                                                            Vsp32f* dst, Vsp32s height,
+                                                            Vsp32f gConst, Vsp32s scaleFactor);
+
+/* As vspsLogGauss_*, log-adding each score into dst[i]. */
+VSP_API VspStatus vspsLogGaussAdd_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                         const Vsp32f* var, Vsp32s width, Vsp32f* dst,
+                                         Vsp32s height, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussAdd_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                          const Vsp32f* var, Vsp32s width, Vsp32f* dst,
+                                          Vsp32s height, Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussAdd_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                         const Vsp64f* var, Vsp32s width, Vsp64f* dst,
+                                         Vsp32s height, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussAdd_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                          const Vsp64f* var, Vsp32s width, Vsp64f* dst,
+                                          Vsp32s height, Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussAdd_Scaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                   const Vsp16s* mean, const Vsp16s* var,
+                                                   Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                   Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_Scaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                    const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                    Vsp32s height, Vsp32f gConst,
+                                                    Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_LowScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                      const Vsp16s* mean, const Vsp16s* var,
+                                                      Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                      Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_LowScaled_16s32f_D2L(const Vsp16s* const* src, const Vsp16s* mean,
+                                                       const Vsp16s* var, Vsp32s width, Vsp32f* dst,
+                                                       Vsp32s height, Vsp32f gConst,
+                                                       Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_IdVar_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                               Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                               Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussAdd_IdVar_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                                Vsp32s width, Vsp32f* dst, Vsp32s height,
+                                                Vsp32f gConst);
+VSP_API VspStatus vspsLogGaussAdd_IdVar_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                               Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                               Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussAdd_IdVar_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                                Vsp32s width, Vsp64f* dst, Vsp32s height,
+                                                Vsp64f gConst);
+VSP_API VspStatus vspsLogGaussAdd_IdVarScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                        const Vsp16s* mean, Vsp32s width,
+                                                        Vsp32f* dst, Vsp32s height, Vsp32f gConst,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_IdVarScaled_16s32f_D2L(const Vsp16s* const* src,
+                                                         const Vsp16s* mean, Vsp32s width,
+                                                         Vsp32f* dst, Vsp32s height, Vsp32f gConst,
+                                                         Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_IdVarLowScaled_16s32f_D2(const Vsp16s* src, Vsp32s step,
+                                                           const Vsp16s* mean, Vsp32s width,
+                                                           Vsp32f* dst, Vsp32s height,
+                                                           Vsp32f gConst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Vsp16s* const* src,
+                                                            const Vsp16s* mean, Vsp32s width,
+                                                            Vsp32f* dst, Vsp32s height,
+                                                            Vsp32f gConst, Vsp32s scaleFactor);
+
 /* ---- Multi-mixture evaluation ------------------------------------------- */
 
 /* ---- Mixture scoring ---------------------------------------------------- */

@@ -13,31 +13,6 @@ VSP_NS_BEGIN
 
 namespace {
 
-// ---- The sum of each input / accumulator pairing -----------------------------
-
-template <class Acc, class In>
-Acc sumSq(const In* s, const In* m, const In* v, int32_t n);
-template <>
-float sumSq<float, float>(const float* s, const float* m, const float* v, int32_t n) {
-  return sumSqAligned32f(hostTier(), s, m, v, n);
-}
-template <>
-double sumSq<double, float>(const float* s, const float* m, const float* v, int32_t n) {
-  return sumSqRuns32f64f(hostTier(), s, m, v, n);
-}
-template <>
-double sumSq<double, double>(const double* s, const double* m, const double* v, int32_t n) {
-  return sumSqAligned64f(hostTier(), s, m, v, n);
-}
-template <>
-float sumSq<float, int16_t>(const int16_t* s, const int16_t* m, const int16_t* v, int32_t n) {
-  return sumSqRuns16s32f(hostTier(), s, m, v, n);
-}
-template <>
-int64_t sumSq<int64_t, int16_t>(const int16_t* s, const int16_t* m, const int16_t* v, int32_t n) {
-  return sumSq16s(hostTier(), s, m, v, n);
-}
-
 // ---- Plain, IdVar and distance members ----------------------------------------
 //
 // HasVar false: the member has no var argument (var is passed as null).
@@ -50,7 +25,8 @@ VspStatus single(const In* src, const In* mean, const typename NonDeduced<In>::t
                  int32_t len, Out* dst, G g, int32_t sf) {
   if (anyNull(src, mean, dst) || (HasVar && var == nullptr)) return vspStatusNullPointer;
   if (len < 1) return vspStatusBadSize;
-  *dst = Out(Finish::apply(sumSq<Acc>(src, mean, HasVar ? var : nullptr, len), g, sf));
+  *dst =
+      Out(Finish::apply(sumSqOf<Acc>(hostTier(), src, mean, HasVar ? var : nullptr, len), g, sf));
   return vspStatusOk;
 }
 

@@ -29,14 +29,47 @@ float sumSqRuns16s32f(Tier tier, const int16_t* src, const int16_t* mean, const 
                       int32_t n);
 int64_t sumSq16s(Tier tier, const int16_t* src, const int16_t* mean, const int16_t* var, int32_t n);
 
-// The two lane folds, shared with the block kernels.
-VSP_ALWAYS_INLINE float foldLanes32(const float* a) {
-  const float c0 = a[0] + a[4], c1 = a[1] + a[5], c2 = a[2] + a[6], c3 = a[3] + a[7];
+// The sum of each input / accumulator pairing, as the single-observation
+// members take it (and the families that call them per row).
+template <class Acc, class In>
+Acc sumSqOf(Tier tier, const In* s, const In* m, const In* v, int32_t n);
+template <>
+inline float sumSqOf<float, float>(Tier t, const float* s, const float* m, const float* v,
+                                   int32_t n) {
+  return sumSqAligned32f(t, s, m, v, n);
+}
+template <>
+inline double sumSqOf<double, float>(Tier t, const float* s, const float* m, const float* v,
+                                     int32_t n) {
+  return sumSqRuns32f64f(t, s, m, v, n);
+}
+template <>
+inline double sumSqOf<double, double>(Tier t, const double* s, const double* m, const double* v,
+                                      int32_t n) {
+  return sumSqAligned64f(t, s, m, v, n);
+}
+template <>
+inline float sumSqOf<float, int16_t>(Tier t, const int16_t* s, const int16_t* m, const int16_t* v,
+                                     int32_t n) {
+  return sumSqRuns16s32f(t, s, m, v, n);
+}
+template <>
+inline int64_t sumSqOf<int64_t, int16_t>(Tier t, const int16_t* s, const int16_t* m,
+                                         const int16_t* v, int32_t n) {
+  return sumSq16s(t, s, m, v, n);
+}
+
+// The two lane folds, shared with the block kernels (which fold four rows at
+// once, one per lane of T).
+template <class T>
+VSP_ALWAYS_INLINE T foldLanes32(const T* a) {
+  const T c0 = a[0] + a[4], c1 = a[1] + a[5], c2 = a[2] + a[6], c3 = a[3] + a[7];
   return (c0 + c2) + (c1 + c3);
 }
-VSP_ALWAYS_INLINE double foldLanes64(const double* a) {
-  const double l0 = (a[0] + a[2]) + (a[4] + a[6]);
-  const double l1 = (a[1] + a[3]) + (a[5] + a[7]);
+template <class T>
+VSP_ALWAYS_INLINE T foldLanes64(const T* a) {
+  const T l0 = (a[0] + a[2]) + (a[4] + a[6]);
+  const T l1 = (a[1] + a[3]) + (a[5] + a[7]);
   return l0 + l1;
 }
 

@@ -1,0 +1,82 @@
+// AVX-512 tier of the four-rows-per-pass kernels. Float rows keep the AVX2
+// layout (their eight lanes are fixed by the order of summation); a row's
+// eight double lanes fit one register, and the exact 16-bit sums take
+// sixteen elements a step with masked tails.
+#include <immintrin.h>
+
+// GCC 12's AVX-512 extract intrinsics start from an "undefined" vector that
+// its own -Wuninitialized then reports once inlined: a known false positive.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+
+#include "scoring/gauss_sum.h"
+#include "scoring/simd/gauss_rows.h"
+
+namespace vsp {
+namespace avx512 {
+namespace {
+
+#include "scoring/simd/vec_avx2.h"
+
+struct Z8 {
+  __m512d v;
+  static Z8 zero() { return {_mm512_setzero_pd()}; }
+  static Z8 load(const double* p) { return {_mm512_loadu_pd(p)}; }
+  static Z8 loadPart(const double* p, int n) {
+    return {_mm512_maskz_loadu_pd(__mmask8((1u << n) - 1), p)};
+  }
+};
+inline Z8 operator+(Z8 a, Z8 b) { return {_mm512_add_pd(a.v, b.v)}; }
+inline Z8 operator-(Z8 a, Z8 b) { return {_mm512_sub_pd(a.v, b.v)}; }
+inline Z8 operator*(Z8 a, Z8 b) { return {_mm512_mul_pd(a.v, b.v)}; }
+inline void columns(const Z8 r[4], D4 c[8]) {
+  transpose4(_mm512_castpd512_pd256(r[0].v), _mm512_castpd512_pd256(r[1].v),
+             _mm512_castpd512_pd256(r[2].v), _mm512_castpd512_pd256(r[3].v), c);
+  transpose4(_mm512_extractf64x4_pd(r[0].v, 1), _mm512_extractf64x4_pd(r[1].v, 1),
+             _mm512_extractf64x4_pd(r[2].v, 1), _mm512_extractf64x4_pd(r[3].v, 1), c + 4);
+}
+
+struct I16 {
+  static constexpr int kWidth = 16;
+  __m512i v;
+  static I16 load(const int16_t* p) {
+    return {_mm512_cvtepi16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)))};
+  }
+  static I16 loadPart(const int16_t* p, int n) {
+    return {_mm512_cvtepi16_epi32(_mm256_maskz_loadu_epi16(__mmask16((1u << n) - 1), p))};
+  }
+};
+inline I16 operator-(I16 a, I16 b) { return {_mm512_sub_epi32(a.v, b.v)}; }
+inline I16 operator*(I16 a, I16 b) { return {_mm512_mullo_epi32(a.v, b.v)}; }
+struct Acc64x16 {
+  __m512i v;
+  static Acc64x16 zero() { return {_mm512_setzero_si512()}; }
+  void add(I16 d, I16 w) {
+    v = _mm512_add_epi64(v, _mm512_mul_epi32(d.v, w.v));
+    v = _mm512_add_epi64(v,
+                         _mm512_mul_epi32(_mm512_srli_epi64(d.v, 32), _mm512_srli_epi64(w.v, 32)));
+  }
+  int64_t total() const { return _mm512_reduce_add_epi64(v); }
+};
+
+template <class Acc>
+struct VecOf;
+template <>
+struct VecOf<float> {
+  using V8 = F8;
+  using V4 = F4;
+};
+template <>
+struct VecOf<double> {
+  using V8 = Z8;
+  using V4 = D4;
+};
+using IntVec = I16;
+using IntAcc = Acc64x16;
+
+}  // namespace
+
+#define VSP_ROWS_INT_KIT
+#include "scoring/simd/gauss_rows_impl.h"
+
+}  // namespace avx512
+}  // namespace vsp

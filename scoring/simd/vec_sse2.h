@@ -1,0 +1,103 @@
+// The baseline (SSE2) vector kit of the Gaussian kernels: eight lanes of one
+// row as two or four registers (F8, D8), one lane per row of a group of four
+// (F4, D4), the transpose between them, and partial loads of a row's last
+// elements (through a zeroed copy: SSE2 has no masked loads).
+//
+// Included inside a tier's own unnamed namespace, after <emmintrin.h>.
+
+struct F8 {
+  __m128 lo, hi;
+  static F8 zero() { return {_mm_setzero_ps(), _mm_setzero_ps()}; }
+  static F8 load(const float* p) { return {_mm_loadu_ps(p), _mm_loadu_ps(p + 4)}; }
+  static F8 load(const int16_t* p) {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    // Sign-extend by placing each value in the high half and shifting back.
+    return {_mm_cvtepi32_ps(_mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16)),
+            _mm_cvtepi32_ps(_mm_srai_epi32(_mm_unpackhi_epi16(x, x), 16))};
+  }
+  template <class T>
+  static F8 loadPart(const T* p, int n) {
+    T buf[8] = {};
+    for (int i = 0; i < n; ++i) buf[i] = p[i];
+    return load(buf);
+  }
+  void store(float* p) const {
+    _mm_storeu_ps(p, lo);
+    _mm_storeu_ps(p + 4, hi);
+  }
+};
+inline F8 operator+(F8 a, F8 b) { return {_mm_add_ps(a.lo, b.lo), _mm_add_ps(a.hi, b.hi)}; }
+inline F8 operator-(F8 a, F8 b) { return {_mm_sub_ps(a.lo, b.lo), _mm_sub_ps(a.hi, b.hi)}; }
+inline F8 operator*(F8 a, F8 b) { return {_mm_mul_ps(a.lo, b.lo), _mm_mul_ps(a.hi, b.hi)}; }
+
+struct D8 {
+  __m128d r[4];
+  static D8 zero() {
+    return {{_mm_setzero_pd(), _mm_setzero_pd(), _mm_setzero_pd(), _mm_setzero_pd()}};
+  }
+  static D8 load(const double* p) {
+    return {{_mm_loadu_pd(p), _mm_loadu_pd(p + 2), _mm_loadu_pd(p + 4), _mm_loadu_pd(p + 6)}};
+  }
+  static D8 load(const float* p) {
+    const __m128 a = _mm_loadu_ps(p), b = _mm_loadu_ps(p + 4);
+    return {{_mm_cvtps_pd(a), _mm_cvtps_pd(_mm_movehl_ps(a, a)), _mm_cvtps_pd(b),
+             _mm_cvtps_pd(_mm_movehl_ps(b, b))}};
+  }
+  static D8 loadPart(const double* p, int n) {
+    double buf[8] = {};
+    for (int i = 0; i < n; ++i) buf[i] = p[i];
+    return load(buf);
+  }
+  void store(double* p) const {
+    for (int i = 0; i < 4; ++i) _mm_storeu_pd(p + 2 * i, r[i]);
+  }
+};
+#define VSP_D8_OP(op, fn)                                                                      \
+  inline D8 operator op(D8 a, D8 b) {                                                          \
+    return {{fn(a.r[0], b.r[0]), fn(a.r[1], b.r[1]), fn(a.r[2], b.r[2]), fn(a.r[3], b.r[3])}}; \
+  }
+VSP_D8_OP(+, _mm_add_pd)
+VSP_D8_OP(-, _mm_sub_pd)
+VSP_D8_OP(*, _mm_mul_pd)
+#undef VSP_D8_OP
+
+// One lane per row of a group of four.
+struct F4 {
+  __m128 v;
+  static F4 load(const float* p) { return {_mm_loadu_ps(p)}; }
+  void store(float* p) const { _mm_storeu_ps(p, v); }
+};
+inline F4 operator+(F4 a, F4 b) { return {_mm_add_ps(a.v, b.v)}; }
+inline F4 operator-(F4 a, F4 b) { return {_mm_sub_ps(a.v, b.v)}; }
+
+// Rows 0 and 1 in lo, rows 2 and 3 in hi.
+struct D4 {
+  __m128d lo, hi;
+  static D4 load(const double* p) { return {_mm_loadu_pd(p), _mm_loadu_pd(p + 2)}; }
+  void store(double* p) const {
+    _mm_storeu_pd(p, lo);
+    _mm_storeu_pd(p + 2, hi);
+  }
+};
+inline D4 operator+(D4 a, D4 b) { return {_mm_add_pd(a.lo, b.lo), _mm_add_pd(a.hi, b.hi)}; }
+inline D4 operator-(D4 a, D4 b) { return {_mm_sub_pd(a.lo, b.lo), _mm_sub_pd(a.hi, b.hi)}; }
+
+// Lane k of rows 0..3 into column k.
+inline void transpose4(__m128 a, __m128 b, __m128 c, __m128 d, F4* out) {
+  const __m128 t0 = _mm_unpacklo_ps(a, b), t1 = _mm_unpackhi_ps(a, b);
+  const __m128 t2 = _mm_unpacklo_ps(c, d), t3 = _mm_unpackhi_ps(c, d);
+  out[0].v = _mm_movelh_ps(t0, t2);
+  out[1].v = _mm_movehl_ps(t2, t0);
+  out[2].v = _mm_movelh_ps(t1, t3);
+  out[3].v = _mm_movehl_ps(t3, t1);
+}
+inline void columns(const F8 r[4], F4 c[8]) {
+  transpose4(r[0].lo, r[1].lo, r[2].lo, r[3].lo, c);
+  transpose4(r[0].hi, r[1].hi, r[2].hi, r[3].hi, c + 4);
+}
+inline void columns(const D8 r[4], D4 c[8]) {
+  for (int k = 0; k < 4; ++k) {
+    c[2 * k] = {_mm_unpacklo_pd(r[0].r[k], r[1].r[k]), _mm_unpacklo_pd(r[2].r[k], r[3].r[k])};
+    c[2 * k + 1] = {_mm_unpackhi_pd(r[0].r[k], r[1].r[k]), _mm_unpackhi_pd(r[2].r[k], r[3].r[k])};
+  }
+}
