@@ -515,6 +515,110 @@ VSP_API VspStatus vspsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Vsp16s* const*
 
 /* ---- Mixture scoring ---------------------------------------------------- */
 
+/* The log likelihood of src under a mixture of `count` Gaussians (rows of
+ * means and vars, constants with the weights folded in), written to dst[0]. */
+VSP_API VspStatus vspsLogGaussMixture_32f_D2(const Vsp32f* src, const Vsp32f* means,
+                                             const Vsp32f* vars, Vsp32s count, Vsp32s step,
+                                             Vsp32s width, const Vsp32f* gConsts, Vsp32f* dst);
+VSP_API VspStatus vspsLogGaussMixture_32f_D2L(const Vsp32f* src, const Vsp32f* const* means,
+                                              const Vsp32f* const* vars, Vsp32s count, Vsp32s width,
+                                              const Vsp32f* gConsts, Vsp32f* dst);
+VSP_API VspStatus vspsLogGaussMixture_64f_D2(const Vsp64f* src, const Vsp64f* means,
+                                             const Vsp64f* vars, Vsp32s count, Vsp32s step,
+                                             Vsp32s width, const Vsp64f* gConsts, Vsp64f* dst);
+VSP_API VspStatus vspsLogGaussMixture_64f_D2L(const Vsp64f* src, const Vsp64f* const* means,
+                                              const Vsp64f* const* vars, Vsp32s count, Vsp32s width,
+                                              const Vsp64f* gConsts, Vsp64f* dst);
+VSP_API VspStatus vspsLogGaussMixture_IdVar_32f_D2(const Vsp32f* src, const Vsp32f* means,
+                                                   Vsp32s count, Vsp32s step, Vsp32s width,
+                                                   const Vsp32f* gConsts, Vsp32f* dst);
+VSP_API VspStatus vspsLogGaussMixture_IdVar_32f_D2L(const Vsp32f* src, const Vsp32f* const* means,
+                                                    Vsp32s count, Vsp32s width,
+                                                    const Vsp32f* gConsts, Vsp32f* dst);
+VSP_API VspStatus vspsLogGaussMixture_IdVar_64f_D2(const Vsp64f* src, const Vsp64f* means,
+                                                   Vsp32s count, Vsp32s step, Vsp32s width,
+                                                   const Vsp64f* gConsts, Vsp64f* dst);
+VSP_API VspStatus vspsLogGaussMixture_IdVar_64f_D2L(const Vsp64f* src, const Vsp64f* const* means,
+                                                    Vsp32s count, Vsp32s width,
+                                                    const Vsp64f* gConsts, Vsp64f* dst);
+VSP_API VspStatus vspsLogGaussMixture_Scaled_16s32f_D2(const Vsp16s* src, const Vsp16s* means,
+                                                       const Vsp16s* vars, Vsp32s count,
+                                                       Vsp32s step, Vsp32s width,
+                                                       const Vsp32f* gConsts, Vsp32f* dst,
+                                                       Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_Scaled_16s32f_D2L(const Vsp16s* src,
+                                                        const Vsp16s* const* means,
+                                                        const Vsp16s* const* vars, Vsp32s count,
+                                                        Vsp32s width, const Vsp32f* gConsts,
+                                                        Vsp32f* dst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_IdVarScaled_16s32f_D2(const Vsp16s* src, const Vsp16s* means,
+                                                            Vsp32s count, Vsp32s step, Vsp32s width,
+                                                            const Vsp32f* gConsts, Vsp32f* dst,
+                                                            Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_IdVarScaled_16s32f_D2L(const Vsp16s* src,
+                                                             const Vsp16s* const* means,
+                                                             Vsp32s count, Vsp32s width,
+                                                             const Vsp32f* gConsts, Vsp32f* dst,
+                                                             Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_LowScaled_16s32f_D2(const Vsp16s* src, const Vsp16s* means,
+                                                          const Vsp16s* vars, Vsp32s count,
+                                                          Vsp32s step, Vsp32s width,
+                                                          const Vsp32f* gConsts, Vsp32f* dst,
+                                                          Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_LowScaled_16s32f_D2L(const Vsp16s* src,
+                                                           const Vsp16s* const* means,
+                                                           const Vsp16s* const* vars, Vsp32s count,
+                                                           Vsp32s width, const Vsp32f* gConsts,
+                                                           Vsp32f* dst, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_IdVarLowScaled_16s32f_D2(const Vsp16s* src,
+                                                               const Vsp16s* means, Vsp32s count,
+                                                               Vsp32s step, Vsp32s width,
+                                                               const Vsp32f* gConsts, Vsp32f* dst,
+                                                               Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Vsp16s* src,
+                                                                const Vsp16s* const* means,
+                                                                Vsp32s count, Vsp32s width,
+                                                                const Vsp32f* gConsts, Vsp32f* dst,
+                                                                Vsp32s scaleFactor);
+
+/* Per frame (rows of frames), the log likelihood under the components that
+ * the frame's row of the bit matrix `shortlist` selects ((count + 7) / 8
+ * bytes a row, component m under mask 128 >> (m & 7) of byte m / 8), each
+ * scored as by vspsLogGaussSingle_*; noSelectionScore where none is. */
+VSP_API VspStatus vspsLogGaussMixture_Select_32f_D2(const Vsp32f* frames, const Vsp32f* means,
+                                                    const Vsp32f* vars, Vsp32s step, Vsp32s width,
+                                                    const Vsp32f* gConsts, const Vsp8u* shortlist,
+                                                    Vsp32s count, Vsp32f* dst, Vsp32s frameCount,
+                                                    Vsp32f noSelectionScore);
+VSP_API VspStatus vspsLogGaussMixture_Select_32f_D2L(const Vsp32f* const* frames,
+                                                     const Vsp32f* const* means,
+                                                     const Vsp32f* const* vars, Vsp32s width,
+                                                     const Vsp32f* gConsts, const Vsp8u* shortlist,
+                                                     Vsp32s count, Vsp32f* dst, Vsp32s frameCount,
+                                                     Vsp32f noSelectionScore);
+VSP_API VspStatus vspsLogGaussMixture_SelectIdVar_32f_D2(
+    const Vsp32f* frames, const Vsp32f* means, Vsp32s step, Vsp32s width, const Vsp32f* gConsts,
+    const Vsp8u* shortlist, Vsp32s count, Vsp32f* dst, Vsp32s frameCount, Vsp32f noSelectionScore);
+VSP_API VspStatus vspsLogGaussMixture_SelectIdVar_32f_D2L(
+    const Vsp32f* const* frames, const Vsp32f* const* means, Vsp32s width, const Vsp32f* gConsts,
+    const Vsp8u* shortlist, Vsp32s count, Vsp32f* dst, Vsp32s frameCount, Vsp32f noSelectionScore);
+VSP_API VspStatus vspsLogGaussMixture_SelectScaled_16s32f_D2(
+    const Vsp16s* frames, const Vsp16s* means, const Vsp16s* vars, Vsp32s step, Vsp32s width,
+    const Vsp32f* gConsts, const Vsp8u* shortlist, Vsp32s count, Vsp32f* dst, Vsp32s frameCount,
+    Vsp32f noSelectionScore, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_SelectScaled_16s32f_D2L(
+    const Vsp16s* const* frames, const Vsp16s* const* means, const Vsp16s* const* vars,
+    Vsp32s width, const Vsp32f* gConsts, const Vsp8u* shortlist, Vsp32s count, Vsp32f* dst,
+    Vsp32s frameCount, Vsp32f noSelectionScore, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_SelectIdVarScaled_16s32f_D2(
+    const Vsp16s* frames, const Vsp16s* means, Vsp32s step, Vsp32s width, const Vsp32f* gConsts,
+    const Vsp8u* shortlist, Vsp32s count, Vsp32f* dst, Vsp32s frameCount, Vsp32f noSelectionScore,
+    Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(
+    const Vsp16s* const* frames, const Vsp16s* const* means, Vsp32s width, const Vsp32f* gConsts,
+    const Vsp8u* shortlist, Vsp32s count, Vsp32f* dst, Vsp32s frameCount, Vsp32f noSelectionScore,
+    Vsp32s scaleFactor);
+
 /* ---- Distances and output-probability precomputation -------------------- */
 
 /* ===========================================================================

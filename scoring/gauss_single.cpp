@@ -16,10 +16,6 @@ namespace {
 // ---- Plain, IdVar and distance members ----------------------------------------
 //
 // HasVar false: the member has no var argument (var is passed as null).
-template <class T>
-struct NonDeduced {
-  using type = T;
-};
 template <class Acc, class Finish, bool HasVar, class In, class Out, class G>
 VspStatus single(const In* src, const In* mean, const typename NonDeduced<In>::type* var,
                  int32_t len, Out* dst, G g, int32_t sf) {

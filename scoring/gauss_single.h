@@ -9,6 +9,13 @@
 
 VSP_NS_BEGIN
 
+// Keeps an argument out of template deduction (so that nullptr can stand for
+// a member's missing var).
+template <class T>
+struct NonDeduced {
+  using type = T;
+};
+
 // gConst - 0.5 * sum, in the accumulator's precision.
 struct FinishHalf {
   template <class Acc, class G>
