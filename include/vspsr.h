@@ -513,6 +513,147 @@ VSP_API VspStatus vspsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Vsp16s* const*
 
 /* ---- Multi-mixture evaluation ------------------------------------------- */
 
+/* One observation src against `count` Gaussians (rows of means and vars):
+ * srcDst[k] holds Gaussian k's constant on entry and its score on return.
+ * The integer members saturate the difference gConst - shifted sum (the Low
+ * members keep its low 32 bits). */
+VSP_API VspStatus vspsLogGaussMultiMix_32f_D2(const Vsp32f* means, const Vsp32f* vars, Vsp32s step,
+                                              const Vsp32f* src, Vsp32s width, Vsp32f* srcDst,
+                                              Vsp32s count);
+VSP_API VspStatus vspsLogGaussMultiMix_32f_D2L(const Vsp32f* const* means,
+                                               const Vsp32f* const* vars, const Vsp32f* src,
+                                               Vsp32s width, Vsp32f* srcDst, Vsp32s count);
+VSP_API VspStatus vspsLogGaussMultiMix_64f_D2(const Vsp64f* means, const Vsp64f* vars, Vsp32s step,
+                                              const Vsp64f* src, Vsp32s width, Vsp64f* srcDst,
+                                              Vsp32s count);
+VSP_API VspStatus vspsLogGaussMultiMix_64f_D2L(const Vsp64f* const* means,
+                                               const Vsp64f* const* vars, const Vsp64f* src,
+                                               Vsp32s width, Vsp64f* srcDst, Vsp32s count);
+VSP_API VspStatus vspsLogGaussMultiMix_16s32s_D2Sfs(const Vsp16s* means, const Vsp16s* vars,
+                                                    Vsp32s step, const Vsp16s* src, Vsp32s width,
+                                                    Vsp32s* srcDst, Vsp32s count,
+                                                    Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_16s32s_D2LSfs(const Vsp16s* const* means,
+                                                     const Vsp16s* const* vars, const Vsp16s* src,
+                                                     Vsp32s width, Vsp32s* srcDst, Vsp32s count,
+                                                     Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_Low_16s32s_D2Sfs(const Vsp16s* means, const Vsp16s* vars,
+                                                        Vsp32s step, const Vsp16s* src,
+                                                        Vsp32s width, Vsp32s* srcDst, Vsp32s count,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_Low_16s32s_D2LSfs(const Vsp16s* const* means,
+                                                         const Vsp16s* const* vars,
+                                                         const Vsp16s* src, Vsp32s width,
+                                                         Vsp32s* srcDst, Vsp32s count,
+                                                         Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_Scaled_16s32f_D2(const Vsp16s* means, const Vsp16s* vars,
+                                                        Vsp32s step, const Vsp16s* src,
+                                                        Vsp32s width, Vsp32f* srcDst, Vsp32s count,
+                                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_Scaled_16s32f_D2L(const Vsp16s* const* means,
+                                                         const Vsp16s* const* vars,
+                                                         const Vsp16s* src, Vsp32s width,
+                                                         Vsp32f* srcDst, Vsp32s count,
+                                                         Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_LowScaled_16s32f_D2(const Vsp16s* means, const Vsp16s* vars,
+                                                           Vsp32s step, const Vsp16s* src,
+                                                           Vsp32s width, Vsp32f* srcDst,
+                                                           Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMultiMix_LowScaled_16s32f_D2L(const Vsp16s* const* means,
+                                                            const Vsp16s* const* vars,
+                                                            const Vsp16s* src, Vsp32s width,
+                                                            Vsp32f* srcDst, Vsp32s count,
+                                                            Vsp32s scaleFactor);
+/* srcDst[k] becomes the larger of Gaussian k's score and its old value. */
+VSP_API VspStatus vspsLogGaussMaxMultiMix_32f_D2(const Vsp32f* means, const Vsp32f* vars,
+                                                 Vsp32s step, const Vsp32f* src, Vsp32s width,
+                                                 const Vsp32f* gConsts, Vsp32f* srcDst,
+                                                 Vsp32s count);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_32f_D2L(const Vsp32f* const* means,
+                                                  const Vsp32f* const* vars, const Vsp32f* src,
+                                                  Vsp32s width, const Vsp32f* gConsts,
+                                                  Vsp32f* srcDst, Vsp32s count);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_64f_D2(const Vsp64f* means, const Vsp64f* vars,
+                                                 Vsp32s step, const Vsp64f* src, Vsp32s width,
+                                                 const Vsp64f* gConsts, Vsp64f* srcDst,
+                                                 Vsp32s count);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_64f_D2L(const Vsp64f* const* means,
+                                                  const Vsp64f* const* vars, const Vsp64f* src,
+                                                  Vsp32s width, const Vsp64f* gConsts,
+                                                  Vsp64f* srcDst, Vsp32s count);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_16s32s_D2Sfs(const Vsp16s* means, const Vsp16s* vars,
+                                                       Vsp32s step, const Vsp16s* src, Vsp32s width,
+                                                       const Vsp32s* gConsts, Vsp32s* srcDst,
+                                                       Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_16s32s_D2LSfs(const Vsp16s* const* means,
+                                                        const Vsp16s* const* vars,
+                                                        const Vsp16s* src, Vsp32s width,
+                                                        const Vsp32s* gConsts, Vsp32s* srcDst,
+                                                        Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_Low_16s32s_D2Sfs(const Vsp16s* means, const Vsp16s* vars,
+                                                           Vsp32s step, const Vsp16s* src,
+                                                           Vsp32s width, const Vsp32s* gConsts,
+                                                           Vsp32s* srcDst, Vsp32s count,
+                                                           Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_Low_16s32s_D2LSfs(const Vsp16s* const* means,
+                                                            const Vsp16s* const* vars,
+                                                            const Vsp16s* src, Vsp32s width,
+                                                            const Vsp32s* gConsts, Vsp32s* srcDst,
+                                                            Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_Scaled_16s32f_D2(const Vsp16s* means, const Vsp16s* vars,
+                                                           Vsp32s step, const Vsp16s* src,
+                                                           Vsp32s width, const Vsp32f* gConsts,
+                                                           Vsp32f* srcDst, Vsp32s count,
+                                                           Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_Scaled_16s32f_D2L(const Vsp16s* const* means,
+                                                            const Vsp16s* const* vars,
+                                                            const Vsp16s* src, Vsp32s width,
+                                                            const Vsp32f* gConsts, Vsp32f* srcDst,
+                                                            Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_LowScaled_16s32f_D2(const Vsp16s* means,
+                                                              const Vsp16s* vars, Vsp32s step,
+                                                              const Vsp16s* src, Vsp32s width,
+                                                              const Vsp32f* gConsts, Vsp32f* srcDst,
+                                                              Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussMaxMultiMix_LowScaled_16s32f_D2L(
+    const Vsp16s* const* means, const Vsp16s* const* vars, const Vsp16s* src, Vsp32s width,
+    const Vsp32f* gConsts, Vsp32f* srcDst, Vsp32s count, Vsp32s scaleFactor);
+/* srcDst[k] becomes the log-sum of Gaussian k's score and its old value. */
+VSP_API VspStatus vspsLogGaussAddMultiMix_32f_D2(const Vsp32f* means, const Vsp32f* vars,
+                                                 Vsp32s step, const Vsp32f* src, Vsp32s width,
+                                                 const Vsp32f* gConsts, Vsp32f* srcDst,
+                                                 Vsp32s count);
+VSP_API VspStatus vspsLogGaussAddMultiMix_32f_D2L(const Vsp32f* const* means,
+                                                  const Vsp32f* const* vars, const Vsp32f* src,
+                                                  Vsp32s width, const Vsp32f* gConsts,
+                                                  Vsp32f* srcDst, Vsp32s count);
+VSP_API VspStatus vspsLogGaussAddMultiMix_64f_D2(const Vsp64f* means, const Vsp64f* vars,
+                                                 Vsp32s step, const Vsp64f* src, Vsp32s width,
+                                                 const Vsp64f* gConsts, Vsp64f* srcDst,
+                                                 Vsp32s count);
+VSP_API VspStatus vspsLogGaussAddMultiMix_64f_D2L(const Vsp64f* const* means,
+                                                  const Vsp64f* const* vars, const Vsp64f* src,
+                                                  Vsp32s width, const Vsp64f* gConsts,
+                                                  Vsp64f* srcDst, Vsp32s count);
+VSP_API VspStatus vspsLogGaussAddMultiMix_Scaled_16s32f_D2(const Vsp16s* means, const Vsp16s* vars,
+                                                           Vsp32s step, const Vsp16s* src,
+                                                           Vsp32s width, const Vsp32f* gConsts,
+                                                           Vsp32f* srcDst, Vsp32s count,
+                                                           Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAddMultiMix_Scaled_16s32f_D2L(const Vsp16s* const* means,
+                                                            const Vsp16s* const* vars,
+                                                            const Vsp16s* src, Vsp32s width,
+                                                            const Vsp32f* gConsts, Vsp32f* srcDst,
+                                                            Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAddMultiMix_LowScaled_16s32f_D2(const Vsp16s* means,
+                                                              const Vsp16s* vars, Vsp32s step,
+                                                              const Vsp16s* src, Vsp32s width,
+                                                              const Vsp32f* gConsts, Vsp32f* srcDst,
+                                                              Vsp32s count, Vsp32s scaleFactor);
+VSP_API VspStatus vspsLogGaussAddMultiMix_LowScaled_16s32f_D2L(
+    const Vsp16s* const* means, const Vsp16s* const* vars, const Vsp16s* src, Vsp32s width,
+    const Vsp32f* gConsts, Vsp32f* srcDst, Vsp32s count, Vsp32s scaleFactor);
+
 /* ---- Mixture scoring ---------------------------------------------------- */
 
 /* The log likelihood of src under a mixture of `count` Gaussians (rows of
@@ -620,6 +761,73 @@ VSP_API VspStatus vspsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(
     Vsp32s scaleFactor);
 
 /* ---- Distances and output-probability precomputation -------------------- */
+
+/* dst[i] = sum over j of (src[i][j] - mean[j])^2 * var[j] for `height`
+ * frames (rows of src); var holds inverse variances. */
+VSP_API VspStatus vspsMahDist_32f_D2(const Vsp32f* src, Vsp32s step, const Vsp32f* mean,
+                                     const Vsp32f* var, Vsp32s width, Vsp32f* dst, Vsp32s height);
+VSP_API VspStatus vspsMahDist_32f_D2L(const Vsp32f* const* src, const Vsp32f* mean,
+                                      const Vsp32f* var, Vsp32s width, Vsp32f* dst, Vsp32s height);
+VSP_API VspStatus vspsMahDist_64f_D2(const Vsp64f* src, Vsp32s step, const Vsp64f* mean,
+                                     const Vsp64f* var, Vsp32s width, Vsp64f* dst, Vsp32s height);
+VSP_API VspStatus vspsMahDist_64f_D2L(const Vsp64f* const* src, const Vsp64f* mean,
+                                      const Vsp64f* var, Vsp32s width, Vsp64f* dst, Vsp32s height);
+/* dst[k] = sum over j of (src[j] - means[k][j])^2 * vars[k][j] for `count`
+ * Gaussians (rows of means and vars). */
+VSP_API VspStatus vspsMahDistMultiMix_32f_D2(const Vsp32f* means, const Vsp32f* vars, Vsp32s step,
+                                             const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                             Vsp32s count);
+VSP_API VspStatus vspsMahDistMultiMix_32f_D2L(const Vsp32f* const* means, const Vsp32f* const* vars,
+                                              const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                              Vsp32s count);
+VSP_API VspStatus vspsMahDistMultiMix_64f_D2(const Vsp64f* means, const Vsp64f* vars, Vsp32s step,
+                                             const Vsp64f* src, Vsp32s width, Vsp64f* dst,
+                                             Vsp32s count);
+VSP_API VspStatus vspsMahDistMultiMix_64f_D2L(const Vsp64f* const* means, const Vsp64f* const* vars,
+                                              const Vsp64f* src, Vsp32s width, Vsp64f* dst,
+                                              Vsp32s count);
+/* The Bhattacharyya distance of two diagonal Gaussians (true variances).
+ * Every element of all four arrays is tested first, in ascending order: a
+ * negative value stores NaN and returns vspWarningNegativeInLog, one of
+ * magnitude below 1e-6 stores +infinity and returns vspWarningZeroInLog.
+ * The SLog members take the sums of the log variances from the caller. */
+VSP_API VspStatus vspsBhatDist_32f(const Vsp32f* mean1, const Vsp32f* var1, const Vsp32f* mean2,
+                                   const Vsp32f* var2, Vsp32s len, Vsp32f* dst);
+VSP_API VspStatus vspsBhatDist_32f64f(const Vsp32f* mean1, const Vsp32f* var1, const Vsp32f* mean2,
+                                      const Vsp32f* var2, Vsp32s len, Vsp64f* dst);
+VSP_API VspStatus vspsBhatDistSLog_32f(const Vsp32f* mean1, const Vsp32f* var1, const Vsp32f* mean2,
+                                       const Vsp32f* var2, Vsp32s len, Vsp32f* dst,
+                                       Vsp32f sumLogVar1, Vsp32f sumLogVar2);
+VSP_API VspStatus vspsBhatDistSLog_32f64f(const Vsp32f* mean1, const Vsp32f* var1,
+                                          const Vsp32f* mean2, const Vsp32f* var2, Vsp32s len,
+                                          Vsp64f* dst, Vsp32f sumLogVar1, Vsp32f sumLogVar2);
+/* The change in log likelihood that merging two weighted diagonal Gaussians
+ * (true variances) would cost. A merged variance of 0 stores +infinity and
+ * returns vspWarningZeroInLog, a negative one stores NaN and returns
+ * vspWarningNegativeInLog. */
+VSP_API VspStatus vspsGaussianDist_32f(const Vsp32f* mean1, const Vsp32f* var1, const Vsp32f* mean2,
+                                       const Vsp32f* var2, Vsp32s len, Vsp32f* dst, Vsp32f weight1,
+                                       Vsp32f gConst1, Vsp32f weight2, Vsp32f gConst2);
+VSP_API VspStatus vspsGaussianDist_64f(const Vsp64f* mean1, const Vsp64f* var1, const Vsp64f* mean2,
+                                       const Vsp64f* var2, Vsp32s len, Vsp64f* dst, Vsp64f weight1,
+                                       Vsp64f gConst1, Vsp64f weight2, Vsp64f gConst2);
+/* dst[i] = src[i] - halved[i] / 2; the 32s members halve with rounding half
+ * up, (halved[i] + 1) >> 1, and wrap in 32 bits. */
+VSP_API VspStatus vspsOutProbPreCalc_32f(const Vsp32f* src, const Vsp32f* halved, Vsp32f* dst,
+                                         Vsp32s len);
+VSP_API VspStatus vspsOutProbPreCalc_32f_I(const Vsp32f* src, Vsp32f* srcDst, Vsp32s len);
+VSP_API VspStatus vspsOutProbPreCalc_32s(const Vsp32s* src, const Vsp32s* halved, Vsp32s* dst,
+                                         Vsp32s len);
+VSP_API VspStatus vspsOutProbPreCalc_32s_I(const Vsp32s* src, Vsp32s* srcDst, Vsp32s len);
+VSP_API VspStatus vspsOutProbPreCalc_64f(const Vsp64f* src, const Vsp64f* halved, Vsp64f* dst,
+                                         Vsp32s len);
+VSP_API VspStatus vspsOutProbPreCalc_64f_I(const Vsp64f* src, Vsp64f* srcDst, Vsp32s len);
+/* dst[i] = max(src[i], floorValue) * mul + add, where a NaN score gives the
+ * floor; the 16s32s member works in 32 bits with wrap-around. */
+VSP_API VspStatus vspsScaleLM_32f(const Vsp32f* src, Vsp32f* dst, Vsp32s len, Vsp32f floorValue,
+                                  Vsp32f mul, Vsp32f add);
+VSP_API VspStatus vspsScaleLM_16s32s(const Vsp16s* src, Vsp32s* dst, Vsp32s len, Vsp16s floorValue,
+                                     Vsp16s mul, Vsp32s add);
 
 /* ===========================================================================
  * Acoustic front end

@@ -145,13 +145,15 @@ void scoreFrames(Tier tier, const Score& sc, Rows src, const typename Score::In*
 
 // One observation against `count` Gaussians (rows of means and vars, vars
 // possibly absent): each score is handed to `take(k, score)` in ascending
-// order of k.
+// order of k. Without constants (null gConsts, as for distances) every
+// constant is zero.
 template <class Score, class Rows, class Take>
 void scoreModels(Tier tier, const Score& sc, const typename Score::In* src, Rows means, Rows vars,
                  bool hasVar, int32_t width, const typename Score::G* gConsts, int32_t count,
                  Take&& take) {
   using In = typename Score::In;
   using Acc = typename Score::Acc;
+  using G = typename Score::G;
   const In* mrows[kRowBatch];
   const In* vrows[kRowBatch];
   Acc init[kRowBatch], acc[kRowBatch];
@@ -161,10 +163,11 @@ void scoreModels(Tier tier, const Score& sc, const typename Score::In* src, Rows
     for (int32_t i = 0; i < b.rows; ++i) {
       mrows[i] = means[k0 + i];
       if (hasVar) vrows[i] = vars[k0 + i];
-      init[i] = sc.init(gConsts[k0 + i]);
+      init[i] = sc.init(gConsts ? gConsts[k0 + i] : G(0));
     }
     rowSums(tier, b);
-    for (int32_t i = 0; i < b.rows; ++i) take(k0 + i, sc.score(acc[i], gConsts[k0 + i]));
+    for (int32_t i = 0; i < b.rows; ++i)
+      take(k0 + i, sc.score(acc[i], gConsts ? gConsts[k0 + i] : G(0)));
   }
 }
 
