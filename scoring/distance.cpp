@@ -1,15 +1,15 @@
 // Distances between feature vectors and Gaussians, between two Gaussians,
 // and the small vector steps that prepare values for the scoring loop.
 //
-// The weighted distances run on the scoring kernels (four rows a pass, the
-// shared vector loaded once) and give exactly the single-observation sums.
+// The weighted distances run on the scoring kernels: four rows a pass, the
+// shared vector loaded once.
 // In the Gaussian pairs, variances are true variances, not inverse ones.
 #include <math.h>
 
 #include "frame/check.h"
 #include "frame/fixed.h"
 #include "frame/rows.h"
-#include "scoring/gauss_block.h"
+#include "scoring/gauss_multimix.h"
 
 VSP_NS_BEGIN
 
@@ -18,9 +18,11 @@ namespace {
 // ---- Weighted squared distances --------------------------------------------------------
 //
 // The row kernels subtract every term from the accumulator's start. Started
-// at zero, that is the negated sum, rounded exactly as the single-observation
-// sum adds it up (rounding is symmetric in sign); 0 - acc turns it back and
-// gives a zero distance a positive sign.
+// at zero, that is the negated sum (rounding is symmetric in sign), and
+// 0 - acc turns it back with a zero distance positive. Frames against one
+// Gaussian keep the single-observation order, so each distance is exactly
+// what the single-observation member gives; many Gaussians against one
+// frame take the free-order kernels.
 template <class T>
 struct DistScore {
   using In = T;
@@ -59,8 +61,9 @@ template <class T, class Rows>
 VspStatus mahDistMixRun(Rows means, Rows vars, const T* src, int32_t width, T* dst, int32_t count) {
   if (anyNull(src, dst)) return vspStatusNullPointer;
   if (width < 1 || count < 1) return vspStatusBadSize;
-  scoreModels(hostTier(), DistScore<T>(0), src, means, vars, true, width, nullptr, count,
-              [dst](int32_t k, T d) { dst[k] = d; });
+  scoreModels<DistScore<T>, FreeOrderSums>(hostTier(), DistScore<T>(0), src, means, vars, true,
+                                           width, nullptr, count,
+                                           [dst](int32_t k, T d) { dst[k] = d; });
   return vspStatusOk;
 }
 template <class T>

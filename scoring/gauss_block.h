@@ -143,11 +143,20 @@ void scoreFrames(Tier tier, const Score& sc, Rows src, const typename Score::In*
   }
 }
 
+// The kernel behind a driver: by default the ordered four-rows kernels; a
+// family whose order of summation is free may pass a faster one.
+struct OrderedSums {
+  template <class In, class Acc>
+  static void run(Tier tier, const RowBatch<In, Acc>& b) {
+    rowSums(tier, b);
+  }
+};
+
 // One observation against `count` Gaussians (rows of means and vars, vars
 // possibly absent): each score is handed to `take(k, score)` in ascending
 // order of k. Without constants (null gConsts, as for distances) every
 // constant is zero.
-template <class Score, class Rows, class Take>
+template <class Score, class Sums = OrderedSums, class Rows, class Take>
 void scoreModels(Tier tier, const Score& sc, const typename Score::In* src, Rows means, Rows vars,
                  bool hasVar, int32_t width, const typename Score::G* gConsts, int32_t count,
                  Take&& take) {
@@ -165,7 +174,7 @@ void scoreModels(Tier tier, const Score& sc, const typename Score::In* src, Rows
       if (hasVar) vrows[i] = vars[k0 + i];
       init[i] = sc.init(gConsts ? gConsts[k0 + i] : G(0));
     }
-    rowSums(tier, b);
+    Sums::run(tier, b);
     for (int32_t i = 0; i < b.rows; ++i)
       take(k0 + i, sc.score(acc[i], gConsts ? gConsts[k0 + i] : G(0)));
   }

@@ -2,14 +2,14 @@
 // over its constant, kept if it beats the value already there, or log-added
 // into it.
 //
-// The rows go through the four-rows-per-pass kernels with the observation
-// shared, so each of its elements is loaded once for four Gaussians. The
-// stepped forms check the step before anything else, then the pointers,
-// then the sizes; the row-pointer forms begin with the pointers. Nothing
+// Four Gaussians go through one pass, each element of the observation loaded
+// once for them; the grouping of each Gaussian's terms is free here, so the
+// float sums come from the free-order kernels. The stepped forms check the step before anything
+// else, then the pointers, then the sizes; the row-pointer forms begin with the pointers. Nothing
 // allocates.
 #include "frame/check.h"
 #include "frame/rows.h"
-#include "scoring/gauss_block.h"
+#include "scoring/gauss_multimix.h"
 
 VSP_NS_BEGIN
 
@@ -33,8 +33,9 @@ VspStatus multiMixRun(Rows means, Rows vars, const typename Score::In* src, int3
                       int32_t sf) {
   if (anyNull(src, gConsts, srcDst)) return vspStatusNullPointer;
   if (width < 1 || count < 1) return vspStatusBadSize;
-  scoreModels(hostTier(), Score(sf), src, means, vars, true, width, gConsts, count,
-              [srcDst](int32_t k, typename Score::Out score) { Reduce::apply(srcDst[k], score); });
+  scoreModels<Score, FreeOrderSums>(
+      hostTier(), Score(sf), src, means, vars, true, width, gConsts, count,
+      [srcDst](int32_t k, typename Score::Out score) { Reduce::apply(srcDst[k], score); });
   return vspStatusOk;
 }
 
