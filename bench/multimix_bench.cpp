@@ -24,8 +24,9 @@ struct Models {
   }
 };
 
-// Plain loops, written as a user would.
-__attribute__((noinline)) void scalarMax(const Models& m, float* dst) {
+// The plain loop a user would write; `finish(k, sum)` takes Gaussian k's sum.
+template <class Finish>
+__attribute__((noinline)) void scalarLoop(const Models& m, Finish&& finish) {
   for (int k = 0; k < m.count; ++k) {
     const float* mean = &m.means[size_t(k) * m.width];
     const float* var = &m.vars[size_t(k) * m.width];
@@ -34,20 +35,7 @@ __attribute__((noinline)) void scalarMax(const Models& m, float* dst) {
       const float d = m.src[j] - mean[j];
       sum += d * d * var[j];
     }
-    const float score = m.gConsts[k] - 0.5f * sum;
-    if (score > dst[k]) dst[k] = score;
-  }
-}
-__attribute__((noinline)) void scalarMahDist(const Models& m, float* dst) {
-  for (int k = 0; k < m.count; ++k) {
-    const float* mean = &m.means[size_t(k) * m.width];
-    const float* var = &m.vars[size_t(k) * m.width];
-    float sum = 0;
-    for (int j = 0; j < m.width; ++j) {
-      const float d = m.src[j] - mean[j];
-      sum += d * d * var[j];
-    }
-    dst[k] = sum;
+    finish(k, sum);
   }
 }
 
@@ -69,7 +57,10 @@ void BM_LogGaussMaxMultiMix_32f_D2(benchmark::State& st) {
         benchmark::DoNotOptimize(m.dst.data());
       },
       [&] {
-        scalarMax(m, m.dst.data());
+        scalarLoop(m, [&m](int k, float sum) {
+          const float score = m.gConsts[k] - 0.5f * sum;
+          if (score > m.dst[k]) m.dst[k] = score;
+        });
         benchmark::DoNotOptimize(m.dst.data());
       });
 }
@@ -83,7 +74,7 @@ void BM_MahDistMultiMix_32f_D2(benchmark::State& st) {
         benchmark::DoNotOptimize(m.dst.data());
       },
       [&] {
-        scalarMahDist(m, m.dst.data());
+        scalarLoop(m, [&m](int k, float sum) { m.dst[k] = sum; });
         benchmark::DoNotOptimize(m.dst.data());
       });
 }

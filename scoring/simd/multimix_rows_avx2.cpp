@@ -4,28 +4,7 @@
 #include "scoring/gauss_sum.h"
 #include "scoring/simd/multimix_rows.h"
 
-namespace vsp {
-namespace avx2 {
-namespace {
-
-#include "scoring/simd/vec_avx2.h"
-
-template <class Acc>
-struct VecOf;
-template <>
-struct VecOf<float> {
-  using V8 = F8;
-  using V4 = F4;
-};
-template <>
-struct VecOf<double> {
-  using V8 = D8;
-  using V4 = D4;
-};
-
-}  // namespace
-
+#define VSP_ROWS_KIT "scoring/simd/vec_avx2.h"
+namespace vsp::avx2 {
 #include "scoring/simd/multimix_rows_impl.h"
-
-}  // namespace avx2
-}  // namespace vsp
+}  // namespace vsp::avx2

@@ -1,13 +1,14 @@
 // The free-order shared-source kernel, written once over a tier's vector kit
 // (see gauss_rows_impl.h for the kit). Included by each tier's unit inside
-// namespace vsp::<tier>, after the unnamed namespace that defines the kit.
+// namespace vsp::<tier>, with VSP_ROWS_KIT naming the kit's header.
 
 namespace {
 
-template <class Acc, class In>
+#include VSP_ROWS_KIT
+
+// V8: eight lanes of a row; V4: one lane per row of a group of four.
+template <class V8, class V4, class In, class Acc>
 void sharedSrcRows(const RowBatch<In, Acc>& b) {
-  using V8 = typename VecOf<Acc>::V8;
-  using V4 = typename VecOf<Acc>::V4;
   const In* const s = b.src[0];
   const int32_t n = b.width;
   for (int32_t r0 = 0; r0 < b.rows; r0 += 4) {
@@ -53,6 +54,6 @@ void sharedSrcRows(const RowBatch<In, Acc>& b) {
 
 }  // namespace
 
-void sharedSrcSums(const RowBatch<float, float>& b) { sharedSrcRows(b); }
-void sharedSrcSums(const RowBatch<double, double>& b) { sharedSrcRows(b); }
-void sharedSrcSums(const RowBatch<int16_t, float>& b) { sharedSrcRows(b); }
+void sharedSrcSums(const RowBatch<float, float>& b) { sharedSrcRows<F8, F4>(b); }
+void sharedSrcSums(const RowBatch<double, double>& b) { sharedSrcRows<D8, D4>(b); }
+void sharedSrcSums(const RowBatch<int16_t, float>& b) { sharedSrcRows<F8, F4>(b); }
