@@ -17,6 +17,7 @@ VSP_NS_BEGIN
 
 // Rows are handed to the tiers in batches of this many.
 inline constexpr int32_t kRowBatch = 64;
+inline constexpr int32_t kModelBatchX = 64;
 
 template <class In, class Acc>
 VSP_ALWAYS_INLINE void rowSums(Tier tier, const RowBatch<In, Acc>& b) {
@@ -97,11 +98,17 @@ struct IntLowScore : IntScore {
 };
 
 // ---- Reductions: how a score meets the destination ----------------------------------
+//
+// Each gives the step for one value and for a row of values.
 
 struct Store {
   template <class T>
   static void apply(T& dst, T score) {
     dst = score;
+  }
+  template <class T>
+  static void batch(Tier, T* dst, const T* score, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) dst[i] = score[i];
   }
 };
 // The larger of the two; a tie (or a NaN) keeps the destination.
@@ -110,15 +117,33 @@ struct KeepMax {
   static void apply(T& dst, T score) {
     if (score > dst) dst = score;
   }
+  template <class T>
+  static void batch(Tier, T* dst, const T* score, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) apply(dst[i], score[i]);
+  }
 };
 // The log-sum by the polynomial pair step: single-precision data with the
 // single-precision coefficients, cut-off and floor in double, narrowed on
-// the store; double data with the double-precision step.
+// the store; double data with the double-precision step. Rows go through
+// the vector tiers, lanes of doubles at a time, bit for bit as one by one.
 struct LogAddInto {
   static void apply(float& dst, float score) {
     dst = float(logadd::add32(double(dst), double(score)));
   }
   static void apply(double& dst, double score) { dst = logadd::add64(dst, score); }
+  template <class T>
+  static void batch(Tier tier, T* dst, const T* score, int32_t n) {
+    switch (tier) {
+      case Tier::Avx512:
+        avx512::logAddInto(dst, score, n);
+        break;
+      case Tier::Avx2:
+        avx2::logAddInto(dst, score, n);
+        break;
+      default:
+        sse2::logAddInto(dst, score, n);
+    }
+  }
 };
 
 // ---- Drivers ----------------------------------------------------------------------------
@@ -132,6 +157,7 @@ void scoreFrames(Tier tier, const Score& sc, Rows src, const typename Score::In*
   using Acc = typename Score::Acc;
   const In* rows[kRowBatch];
   Acc init[kRowBatch], acc[kRowBatch];
+  typename Score::Out scores[kRowBatch];
   const Acc start = sc.init(g);
   for (int32_t i = 0; i < kRowBatch; ++i) init[i] = start;
   RowBatch<In, Acc> b{rows, &mean, var ? &var : nullptr, init, acc, 0, width, false, true};
@@ -139,7 +165,8 @@ void scoreFrames(Tier tier, const Score& sc, Rows src, const typename Score::In*
     b.rows = height - f0 < kRowBatch ? height - f0 : kRowBatch;
     for (int32_t i = 0; i < b.rows; ++i) rows[i] = src[f0 + i];
     rowSums(tier, b);
-    for (int32_t i = 0; i < b.rows; ++i) Reduce::apply(dst[f0 + i], sc.score(acc[i], g));
+    for (int32_t i = 0; i < b.rows; ++i) scores[i] = sc.score(acc[i], g);
+    Reduce::batch(tier, dst + f0, scores, b.rows);
   }
 }
 

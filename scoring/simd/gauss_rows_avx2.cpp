@@ -4,6 +4,7 @@
 #include <immintrin.h>
 
 #include "scoring/gauss_sum.h"
+#include "scoring/logadd.h"
 #include "scoring/simd/gauss_rows.h"
 
 namespace vsp {
@@ -24,6 +25,7 @@ struct VecOf<double> {
   using V8 = D8;
   using V4 = D4;
 };
+using LogLanes = D4;
 using IntVec = I8;
 using IntAcc = Acc64x8;
 

@@ -9,6 +9,7 @@
 #pragma GCC diagnostic ignored "-Wuninitialized"
 
 #include "scoring/gauss_sum.h"
+#include "scoring/logadd.h"
 #include "scoring/simd/gauss_rows.h"
 
 namespace vsp {
@@ -18,16 +19,36 @@ namespace {
 #include "scoring/simd/vec_avx2.h"
 
 struct Z8 {
+  static constexpr int kLanes = 8;
   __m512d v;
   static Z8 zero() { return {_mm512_setzero_pd()}; }
   static Z8 load(const double* p) { return {_mm512_loadu_pd(p)}; }
+  static Z8 load(const float* p) { return {_mm512_cvtps_pd(_mm256_loadu_ps(p))}; }
   static Z8 loadPart(const double* p, int n) {
     return {_mm512_maskz_loadu_pd(__mmask8((1u << n) - 1), p)};
   }
+  void store(double* p) const { _mm512_storeu_pd(p, v); }
+  void store(float* p) const { _mm256_storeu_ps(p, _mm512_cvtpd_ps(v)); }
 };
 inline Z8 operator+(Z8 a, Z8 b) { return {_mm512_add_pd(a.v, b.v)}; }
 inline Z8 operator-(Z8 a, Z8 b) { return {_mm512_sub_pd(a.v, b.v)}; }
 inline Z8 operator*(Z8 a, Z8 b) { return {_mm512_mul_pd(a.v, b.v)}; }
+
+// The lane operations of the shared pair step (scoring/logadd.h), eight
+// lanes with mask registers. Ordered comparisons: a NaN compares false.
+struct Z8Mask {
+  __mmask8 m;
+};
+inline Z8Mask operator<(Z8 a, Z8 b) { return {_mm512_cmp_pd_mask(a.v, b.v, _CMP_LT_OQ)}; }
+inline Z8Mask operator>(Z8 a, Z8 b) { return {_mm512_cmp_pd_mask(a.v, b.v, _CMP_GT_OQ)}; }
+inline Z8 splat(Z8, double x) { return {_mm512_set1_pd(x)}; }
+inline Z8 select(Z8Mask m, Z8 a, Z8 b) { return {_mm512_mask_blend_pd(m.m, b.v, a.v)}; }
+inline bool allOf(Z8Mask m) { return m.m == 0xFF; }
+inline Z8 negate(Z8 x) { return {_mm512_xor_pd(x.v, _mm512_set1_pd(-0.0))}; }
+template <size_t N>
+inline Z8 pick(Z8Mask r0, Z8Mask r1, const double (&t)[3][N], int k) {
+  return select(r0, splat(Z8{}, t[0][k]), select(r1, splat(Z8{}, t[1][k]), splat(Z8{}, t[2][k])));
+}
 inline void columns(const Z8 r[4], D4 c[8]) {
   transpose4(_mm512_castpd512_pd256(r[0].v), _mm512_castpd512_pd256(r[1].v),
              _mm512_castpd512_pd256(r[2].v), _mm512_castpd512_pd256(r[3].v), c);
@@ -72,6 +93,7 @@ struct VecOf<double> {
 };
 using IntVec = I16;
 using IntAcc = Acc64x16;
+using LogLanes = Z8;
 
 }  // namespace
 

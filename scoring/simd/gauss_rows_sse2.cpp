@@ -3,6 +3,7 @@
 #include <emmintrin.h>
 
 #include "scoring/gauss_sum.h"
+#include "scoring/logadd.h"
 #include "scoring/simd/gauss_lanes.h"
 #include "scoring/simd/gauss_rows.h"
 
@@ -24,6 +25,7 @@ struct VecOf<double> {
   using V8 = D8;
   using V4 = D4;
 };
+using LogLanes = D4;
 
 }  // namespace
 

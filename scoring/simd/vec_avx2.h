@@ -79,12 +79,32 @@ inline F4 operator+(F4 a, F4 b) { return {_mm_add_ps(a.v, b.v)}; }
 inline F4 operator-(F4 a, F4 b) { return {_mm_sub_ps(a.v, b.v)}; }
 
 struct D4 {
+  static constexpr int kLanes = 4;
   __m256d v;
   static D4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+  static D4 load(const float* p) { return {_mm256_cvtps_pd(_mm_loadu_ps(p))}; }
   void store(double* p) const { _mm256_storeu_pd(p, v); }
+  void store(float* p) const { _mm_storeu_ps(p, _mm256_cvtpd_ps(v)); }
 };
 inline D4 operator+(D4 a, D4 b) { return {_mm256_add_pd(a.v, b.v)}; }
 inline D4 operator-(D4 a, D4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
+inline D4 operator*(D4 a, D4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
+
+// The lane operations of the shared pair step (scoring/logadd.h). Ordered
+// comparisons: a NaN compares false, as in scalar code.
+struct D4Mask {
+  __m256d m;
+};
+inline D4Mask operator<(D4 a, D4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_LT_OQ)}; }
+inline D4Mask operator>(D4 a, D4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_GT_OQ)}; }
+inline D4 splat(D4, double x) { return {_mm256_set1_pd(x)}; }
+inline D4 select(D4Mask m, D4 a, D4 b) { return {_mm256_blendv_pd(b.v, a.v, m.m)}; }
+inline bool allOf(D4Mask m) { return _mm256_movemask_pd(m.m) == 15; }
+inline D4 negate(D4 x) { return {_mm256_xor_pd(x.v, _mm256_set1_pd(-0.0))}; }
+template <size_t N>
+inline D4 pick(D4Mask r0, D4Mask r1, const double (&t)[3][N], int k) {
+  return select(r0, splat(D4{}, t[0][k]), select(r1, splat(D4{}, t[1][k]), splat(D4{}, t[2][k])));
+}
 
 // Lane k of rows 0..3 into column k.
 inline void columns(const F8 r[4], F4 c[8]) {
