@@ -9,6 +9,7 @@
 #include "frame/base.h"
 #include "frame/cpu.h"
 #include "frame/fixed.h"
+#include "frame/rows.h"
 #include "frame/scale.h"
 #include "scoring/logadd.h"
 #include "scoring/simd/gauss_rows.h"
@@ -99,16 +100,17 @@ struct IntLowScore : IntScore {
 
 // ---- Reductions: how a score meets the destination ----------------------------------
 //
-// Each gives the step for one value and for a row of values.
+// Each gives the step for one value, and `finish`, which turns a row of
+// accumulators into scores and meets a row of destinations with them.
 
 struct Store {
   template <class T>
   static void apply(T& dst, T score) {
     dst = score;
   }
-  template <class T>
-  static void batch(Tier, T* dst, const T* score, int32_t n) {
-    for (int32_t i = 0; i < n; ++i) dst[i] = score[i];
+  template <class Score, class Acc, class T, class G>
+  static void finish(Tier, const Score& sc, const Acc* acc, G g, T* dst, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) dst[i] = sc.score(acc[i], g);
   }
 };
 // The larger of the two; a tie (or a NaN) keeps the destination.
@@ -117,9 +119,9 @@ struct KeepMax {
   static void apply(T& dst, T score) {
     if (score > dst) dst = score;
   }
-  template <class T>
-  static void batch(Tier, T* dst, const T* score, int32_t n) {
-    for (int32_t i = 0; i < n; ++i) apply(dst[i], score[i]);
+  template <class Score, class Acc, class T, class G>
+  static void finish(Tier, const Score& sc, const Acc* acc, G g, T* dst, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) apply(dst[i], sc.score(acc[i], g));
   }
 };
 // The log-sum by the polynomial pair step: single-precision data with the
@@ -144,9 +146,29 @@ struct LogAddInto {
         sse2::logAddInto(dst, score, n);
     }
   }
+  template <class Score, class Acc, class T, class G>
+  static void finish(Tier tier, const Score& sc, const Acc* acc, G g, T* dst, int32_t n) {
+    T scores[kRowBatch];
+    for (int32_t i = 0; i < n; ++i) scores[i] = sc.score(acc[i], g);
+    batch(tier, dst, scores, n);
+  }
 };
 
 // ---- Drivers ----------------------------------------------------------------------------
+
+// Row pointers of a batch: the caller's own array for row-pointer input,
+// computed from the step otherwise.
+template <class T>
+VSP_ALWAYS_INLINE const T* const* batchRows(PointerRows<const T> rows, int32_t first, int32_t,
+                                            const T**) {
+  return rows.rows + first;
+}
+template <class T>
+VSP_ALWAYS_INLINE const T* const* batchRows(SteppedRows<const T> rows, int32_t first, int32_t n,
+                                            const T** room) {
+  for (int32_t i = 0; i < n; ++i) room[i] = rows[first + i];
+  return room;
+}
 
 // A block of frames against one Gaussian: each frame's score meets dst[f].
 template <class Reduce, class Score, class Rows>
@@ -157,16 +179,14 @@ void scoreFrames(Tier tier, const Score& sc, Rows src, const typename Score::In*
   using Acc = typename Score::Acc;
   const In* rows[kRowBatch];
   Acc init[kRowBatch], acc[kRowBatch];
-  typename Score::Out scores[kRowBatch];
   const Acc start = sc.init(g);
   for (int32_t i = 0; i < kRowBatch; ++i) init[i] = start;
-  RowBatch<In, Acc> b{rows, &mean, var ? &var : nullptr, init, acc, 0, width, false, true};
+  RowBatch<In, Acc> b{nullptr, &mean, var ? &var : nullptr, init, acc, 0, width, false, true};
   for (int32_t f0 = 0; f0 < height; f0 += kRowBatch) {
     b.rows = height - f0 < kRowBatch ? height - f0 : kRowBatch;
-    for (int32_t i = 0; i < b.rows; ++i) rows[i] = src[f0 + i];
+    b.src = batchRows(src, f0, b.rows, rows);
     rowSums(tier, b);
-    for (int32_t i = 0; i < b.rows; ++i) scores[i] = sc.score(acc[i], g);
-    Reduce::batch(tier, dst + f0, scores, b.rows);
+    Reduce::finish(tier, sc, acc, g, dst + f0, b.rows);
   }
 }
 

@@ -27,6 +27,12 @@ struct Z8 {
   static Z8 loadPart(const double* p, int n) {
     return {_mm512_maskz_loadu_pd(__mmask8((1u << n) - 1), p)};
   }
+  // Lanes [0, na) from a, lanes [na, na + nb) from b (b - na lies in b's
+  // array, at or after a), zeros after.
+  static Z8 loadSplit(const double* a, int na, const double* b, int nb) {
+    const __mmask8 upper = __mmask8(((1u << (na + nb)) - 1) & ~((1u << na) - 1));
+    return {_mm512_mask_loadu_pd(loadPart(a, na).v, upper, b - na)};
+  }
   void store(double* p) const { _mm512_storeu_pd(p, v); }
   void store(float* p) const { _mm256_storeu_ps(p, _mm512_cvtpd_ps(v)); }
 };
@@ -76,7 +82,19 @@ struct Acc64x16 {
     v = _mm512_add_epi64(v,
                          _mm512_mul_epi32(_mm512_srli_epi64(d.v, 32), _mm512_srli_epi64(w.v, 32)));
   }
-  int64_t total() const { return _mm512_reduce_add_epi64(v); }
+  // The totals of four accumulators at once: lanes paired, then 128-bit
+  // blocks, then the two halves.
+  static void totals(const Acc64x16* a, int64_t* out) {
+    const __m512i t01 = _mm512_add_epi64(_mm512_unpacklo_epi64(a[0].v, a[1].v),
+                                         _mm512_unpackhi_epi64(a[0].v, a[1].v));
+    const __m512i t23 = _mm512_add_epi64(_mm512_unpacklo_epi64(a[2].v, a[3].v),
+                                         _mm512_unpackhi_epi64(a[2].v, a[3].v));
+    const __m512i u = _mm512_add_epi64(_mm512_shuffle_i64x2(t01, t23, 0x44),
+                                       _mm512_shuffle_i64x2(t01, t23, 0xEE));
+    const __m512i w = _mm512_add_epi64(u, _mm512_shuffle_i64x2(u, u, 0xB1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm512_castsi512_si128(w));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2), _mm512_extracti32x4_epi32(w, 2));
+  }
 };
 
 template <class Acc>

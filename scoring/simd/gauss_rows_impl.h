@@ -14,7 +14,7 @@
 //     step (splat, select, allOf, negate, pick; see scoring/logadd.h);
 //   optionally (VSP_ROWS_INT_KIT) IntVec and IntAcc, the exact 16-bit sums:
 //     IntVec::kWidth lanes of int32 with load, loadPart, - and *, IntAcc with
-//     zero(), add(d, w) (accumulates d * w in 64 bits) and total().
+//     zero(), add(d, w) (accumulates d * w in 64 bits) and totals() of four.
 //
 // A group of four rows keeps one accumulator per row in the lanes of a V4.
 // Terms that a row must take one by one are formed eight at a time per row,
@@ -89,35 +89,67 @@ struct Quad {
     }
   }
 
-  // Up to 8 terms of each row, taken one by one: the rows' term vectors are
-  // transposed and their columns taken in order.
-  template <bool Same>
+  // Up to K (at most 8) terms of each row, taken one by one: the rows' term
+  // vectors are transposed and their first K columns taken in order. A row
+  // with fewer terms has zeros in the remaining columns, which change
+  // nothing, so no count needs testing.
+  template <bool Same, int K = 8>
   VSP_ALWAYS_INLINE void singles8(V4& acc, const int64_t* o, const int32_t* c) const {
-    int32_t most = c[0];
-    for (int j = 1; j < 4; ++j) most = c[j] > most ? c[j] : most;
-    if (most <= 0) return;
     V8 t[4];
     terms<false, Same>(t, o, c);
     V4 col[8];
     columns(t, col);
-    for (int k = 0; k < 8; ++k)
-      if (k < most) take(acc, col[k]);
+    for (int k = 0; k < K; ++k) take(acc, col[k]);
+  }
+  template <int From, int To>
+  static VSP_ALWAYS_INLINE void takeColumns(V4& acc, const V4* c) {
+    for (int k = From; k < To; ++k) take(acc, c[k]);
+  }
+  // The most singles a row can have before its rounds: the elements up to a
+  // 16-byte boundary.
+  static constexpr int kMaxPre = int(16 / sizeof(In)) - 1;
+
+  // Whether a plan's singles before and after the rounds fit one chunk of
+  // eight terms, so that one transpose serves both (16-bit rows have no
+  // singles before their rounds).
+  static VSP_ALWAYS_INLINE bool together(const Plan& p, int32_t n) {
+    return sizeof(In) != 2 && p.pre > 0 && n - 8 * p.rounds <= 8;
+  }
+
+  // The chunk of both: lanes [0, pre) hold the singles before the rounds,
+  // lanes [pre, pre + tail) those after.
+  VSP_ALWAYS_INLINE void termsBoth(V8 t[4], int32_t pre, int64_t after, int32_t tail) const {
+    if constexpr (sizeof(In) != 2) {
+      auto ld = [&](const In* r) { return V8::loadSplit(r, pre, r + after, tail); };
+      V8 ss = V8::zero(), ms = V8::zero(), vs = V8::zero();
+      if constexpr (kShS) ss = ld(s[0]);
+      if constexpr (kShM) {
+        ms = ld(m[0]);
+        if constexpr (HasVar) vs = ld(v[0]);
+      }
+      for (int j = 0; j < 4; ++j) {
+        const V8 sv = kShS ? ss : ld(s[j]);
+        const V8 mv = kShM ? ms : ld(m[j]);
+        V8 vv = vs;
+        if constexpr (HasVar && !kShM) vv = ld(v[j]);
+        t[j] = term(sv, mv, vv);
+      }
+    }
   }
 
   // Rows whose plans have a vector path: at most 7 singles before the
-  // rounds and after them.
-  // Rows whose plans have a vector path: at most 7 singles before the
-  // rounds and after them. The work splits in two halves (the singles before
-  // and the lanes; the fold and the singles after) so that two groups can be
+  // rounds and after them. The work splits in two halves (the lanes; the
+  // singles and the fold, taken in their order) so that two groups can be
   // interleaved: the second group's lanes then run while the first group's
   // chain of single subtractions completes.
   template <bool Same>
-  VSP_ALWAYS_INLINE void vectorBegin(V4& acc, V8* L, const Plan* pl) const {
+  VSP_ALWAYS_INLINE void vectorBegin(V4& acc, V8* L, const Plan* pl, int32_t n) const {
     int64_t o[4];
     int32_t c[4];
-    for (int j = 0; j < 4; ++j) o[j] = 0, c[j] = pl[j].pre;
-    singles8<Same>(acc, o, c);
-
+    if (!(Same && together(pl[0], n)) && (pl[0].pre | pl[1].pre | pl[2].pre | pl[3].pre) != 0) {
+      for (int j = 0; j < 4; ++j) o[j] = 0, c[j] = pl[j].pre;
+      singles8<Same, kMaxPre>(acc, o, c);
+    }
     int32_t lo = pl[0].rounds, hi = pl[0].rounds;
     for (int j = 1; j < 4; ++j) {
       lo = pl[j].rounds < lo ? pl[j].rounds : lo;
@@ -145,22 +177,47 @@ struct Quad {
   VSP_ALWAYS_INLINE void vectorEnd(V4& acc, const V8* L, const Plan* pl, int32_t n) const {
     V4 col[8];
     columns(L, col);
+    V4 fold;
     if constexpr (sizeof(Acc) == 4)
-      take(acc, ::vsp::foldLanes32(col));
+      fold = ::vsp::foldLanes32(col);
     else
-      take(acc, ::vsp::foldLanes64(col));
+      fold = ::vsp::foldLanes64(col);
+    if (Same && together(pl[0], n)) {
+      const int32_t pre = pl[0].pre;
+      const int64_t after = int64_t(pre) + 8 * int64_t(pl[0].rounds);
+      const int32_t tail = n - int32_t(after);
+      V8 t[4];
+      termsBoth(t, pre, after, tail);
+      V4 c[8];
+      columns(t, c);
+      // The fold goes in after the singles before the rounds; columns past
+      // the last single are zeros.
+      switch (pre) {
+        case 1:
+          takeColumns<0, 1>(acc, c), take(acc, fold), takeColumns<1, 8>(acc, c);
+          break;
+        case 2:
+          takeColumns<0, 2>(acc, c), take(acc, fold), takeColumns<2, 8>(acc, c);
+          break;
+        default:
+          takeColumns<0, 3>(acc, c), take(acc, fold), takeColumns<3, 8>(acc, c);
+      }
+      return;
+    }
+    take(acc, fold);
     int64_t o[4];
-    int32_t c[4];
+    int32_t c[4], any = 0;
     for (int j = 0; j < 4; ++j) {
       o[j] = int64_t(pl[j].pre) + 8 * int64_t(pl[j].rounds);
       c[j] = n - int32_t(o[j]);
+      any |= c[j];
     }
-    singles8<Same>(acc, o, c);
+    if (any != 0) singles8<Same>(acc, o, c);
   }
   template <bool Same>
   VSP_ALWAYS_INLINE V4 vectorRows(V4 acc, const Plan* pl, int32_t n) const {
     V8 L[4];
-    vectorBegin<Same>(acc, L, pl);
+    vectorBegin<Same>(acc, L, pl, n);
     vectorEnd<Same>(acc, L, pl, n);
     return acc;
   }
@@ -232,8 +289,8 @@ void floatRows(const RowBatch<In, Acc>& b) {
         using V8 = typename VecOf<Acc>::V8;
         V4 a0 = V4::load(b.init + r0), a1 = V4::load(b.init + r0 + 4);
         V8 L0[4], L1[4];
-        q0.template vectorBegin<true>(a0, L0, pl);
-        q1.template vectorBegin<true>(a1, L1, pl);
+        q0.template vectorBegin<true>(a0, L0, pl, n);
+        q1.template vectorBegin<true>(a1, L1, pl, n);
         q0.template vectorEnd<true>(a0, L0, pl, n);
         q1.template vectorEnd<true>(a1, L1, pl, n);
         a0.store(b.out + r0);
@@ -294,7 +351,8 @@ void intRows(const RowBatch<int16_t, int64_t>& b) {
     }
     IntAcc acc[4] = {IntAcc::zero(), IntAcc::zero(), IntAcc::zero(), IntAcc::zero()};
     auto step = [&](int32_t i, auto load) {
-      IntVec ss{}, ms{}, vs{};
+      using V = decltype(load(s[0]));
+      V ss{}, ms{}, vs{};
       if constexpr (Sh == Share::Src) ss = load(s[0] + i);
       if constexpr (Sh == Share::Model) {
         ms = load(m[0] + i);
@@ -306,14 +364,20 @@ void intRows(const RowBatch<int16_t, int64_t>& b) {
           ms = load(m[j] + i);
           if constexpr (HasVar) vs = load(v[j] + i);
         }
-        const IntVec d = ss - ms;
+        const V d = ss - ms;
         acc[j].add(d, HasVar ? d * vs : d);
       }
     };
     int32_t i = 0;
     for (; i + W <= n; i += W) step(i, [](const int16_t* p) { return IntVec::load(p); });
     if (i < n) step(i, [c = int(n - i)](const int16_t* p) { return IntVec::loadPart(p, c); });
-    for (int j = 0; j < g; ++j) b.out[r0 + j] = acc[j].total();
+    if (g == 4) {
+      IntAcc::totals(acc, b.out + r0);
+    } else {
+      int64_t out[4];
+      IntAcc::totals(acc, out);
+      for (int j = 0; j < g; ++j) b.out[r0 + j] = out[j];
+    }
   }
 }
 #endif

@@ -21,6 +21,13 @@ struct F8 {
     for (int i = 0; i < n; ++i) buf[i] = p[i];
     return load(buf);
   }
+  // Lanes [0, na) from a, lanes [na, na + nb) from b, zeros after.
+  static F8 loadSplit(const float* a, int na, const float* b, int nb) {
+    float buf[8] = {};
+    for (int i = 0; i < na; ++i) buf[i] = a[i];
+    for (int i = 0; i < nb; ++i) buf[na + i] = b[i];
+    return load(buf);
+  }
   void store(float* p) const {
     _mm_storeu_ps(p, lo);
     _mm_storeu_ps(p + 4, hi);
@@ -46,6 +53,12 @@ struct D8 {
   static D8 loadPart(const double* p, int n) {
     double buf[8] = {};
     for (int i = 0; i < n; ++i) buf[i] = p[i];
+    return load(buf);
+  }
+  static D8 loadSplit(const double* a, int na, const double* b, int nb) {
+    double buf[8] = {};
+    for (int i = 0; i < na; ++i) buf[i] = a[i];
+    for (int i = 0; i < nb; ++i) buf[na + i] = b[i];
     return load(buf);
   }
   void store(double* p) const {
