@@ -51,9 +51,14 @@ inline Z8 splat(Z8, double x) { return {_mm512_set1_pd(x)}; }
 inline Z8 select(Z8Mask m, Z8 a, Z8 b) { return {_mm512_mask_blend_pd(m.m, b.v, a.v)}; }
 inline bool allOf(Z8Mask m) { return m.m == 0xFF; }
 inline Z8 negate(Z8 x) { return {_mm512_xor_pd(x.v, _mm512_set1_pd(-0.0))}; }
+// One permute per entry: each lane's row index (0, 1 or 2) selects from a
+// register holding the entry of the three rows.
 template <size_t N>
 inline Z8 pick(Z8Mask r0, Z8Mask r1, const double (&t)[3][N], int k) {
-  return select(r0, splat(Z8{}, t[0][k]), select(r1, splat(Z8{}, t[1][k]), splat(Z8{}, t[2][k])));
+  const __m512i row = _mm512_mask_blend_epi64(
+      r0.m, _mm512_mask_blend_epi64(r1.m, _mm512_set1_epi64(2), _mm512_set1_epi64(1)),
+      _mm512_setzero_si512());
+  return {_mm512_permutexvar_pd(row, _mm512_setr_pd(t[0][k], t[1][k], t[2][k], 0, 0, 0, 0, 0))};
 }
 inline void columns(const Z8 r[4], D4 c[8]) {
   transpose4(_mm512_castpd512_pd256(r[0].v), _mm512_castpd512_pd256(r[1].v),
@@ -97,18 +102,7 @@ struct Acc64x16 {
   }
 };
 
-template <class Acc>
-struct VecOf;
-template <>
-struct VecOf<float> {
-  using V8 = F8;
-  using V4 = F4;
-};
-template <>
-struct VecOf<double> {
-  using V8 = Z8;
-  using V4 = D4;
-};
+using Lanes8d = Z8;
 using IntVec = I16;
 using IntAcc = Acc64x16;
 using LogLanes = Z8;

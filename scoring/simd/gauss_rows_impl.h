@@ -2,13 +2,12 @@
 // Included by each tier's unit inside namespace vsp::<tier>, after an
 // unnamed namespace that defines the kit:
 //
-//   F8, D8 (or any 8-lane double type): eight lanes of one row, with zero(),
-//     load(p), loadPart(p, n) (zeros from lane n on, nothing read past p + n)
-//     and the operators + - *;
+//   F8 and Lanes8d (eight floats, eight doubles): eight lanes of one row,
+//     with zero(), load(p), loadPart(p, n) (zeros from lane n on, nothing
+//     read past p + n), loadSplit(a, na, b, nb) and the operators + - *;
 //   F4, D4: one lane per row of a group of four, with load, store, + and -;
 //   columns(const V8 rows[4], V4 cols[8]): lane k of the four rows into
 //     column k;
-//   VecOf<Acc>::V8 and ::V4 for float and double;
 //   LogLanes: lanes of doubles (kLanes of them) with load and store of float
 //     and double, + - *, comparisons, and the lane operations of the pair
 //     step (splat, select, allOf, negate, pick; see scoring/logadd.h);
@@ -26,6 +25,19 @@
 // A group short of four rows repeats its last row and drops the copies.
 
 namespace {
+
+template <class Acc>
+struct VecOf;
+template <>
+struct VecOf<float> {
+  using V8 = F8;
+  using V4 = F4;
+};
+template <>
+struct VecOf<double> {
+  using V8 = Lanes8d;
+  using V4 = D4;
+};
 
 // The rows' layout, fixed per instance: a shared source (one observation,
 // many models), a shared model (many frames, one Gaussian), or neither.

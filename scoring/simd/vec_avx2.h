@@ -92,13 +92,7 @@ inline D8 operator-(D8 a, D8 b) { return {_mm256_sub_pd(a.lo, b.lo), _mm256_sub_
 inline D8 operator*(D8 a, D8 b) { return {_mm256_mul_pd(a.lo, b.lo), _mm256_mul_pd(a.hi, b.hi)}; }
 
 // One lane per row of a group of four.
-struct F4 {
-  __m128 v;
-  static F4 load(const float* p) { return {_mm_loadu_ps(p)}; }
-  void store(float* p) const { _mm_storeu_ps(p, v); }
-};
-inline F4 operator+(F4 a, F4 b) { return {_mm_add_ps(a.v, b.v)}; }
-inline F4 operator-(F4 a, F4 b) { return {_mm_sub_ps(a.v, b.v)}; }
+#include "scoring/simd/vec_f4.h"
 
 struct D4 {
   static constexpr int kLanes = 4;

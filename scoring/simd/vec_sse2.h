@@ -75,13 +75,7 @@ VSP_D8_OP(*, _mm_mul_pd)
 #undef VSP_D8_OP
 
 // One lane per row of a group of four.
-struct F4 {
-  __m128 v;
-  static F4 load(const float* p) { return {_mm_loadu_ps(p)}; }
-  void store(float* p) const { _mm_storeu_ps(p, v); }
-};
-inline F4 operator+(F4 a, F4 b) { return {_mm_add_ps(a.v, b.v)}; }
-inline F4 operator-(F4 a, F4 b) { return {_mm_sub_ps(a.v, b.v)}; }
+#include "scoring/simd/vec_f4.h"
 
 // Rows 0 and 1 in lo, rows 2 and 3 in hi.
 struct D4 {
