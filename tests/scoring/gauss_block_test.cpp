@@ -163,60 +163,27 @@ struct Member {
 #define VAR_SF(f) ADAPT(f##_D2Sfs, f##_D2LSfs, v, w, d, h, g, sf)
 #define NOVAR_SF(f) ADAPT(f##_D2Sfs, f##_D2LSfs, w, d, h, g, sf)
 
-const Member<float, float> kF32[] = {
-    {"LogGauss_32f", VAR(vspsLogGauss_32f), Reduce::Store, Score::Half, true},
-    {"LogGauss_IdVar_32f", NOVAR(vspsLogGauss_IdVar_32f), Reduce::Store, Score::Half, false},
-    {"LogGaussMax_32f", VAR(vspsLogGaussMax_32f), Reduce::Max, Score::Half, true},
-    {"LogGaussMax_IdVar_32f", NOVAR(vspsLogGaussMax_IdVar_32f), Reduce::Max, Score::Half, false},
-    {"LogGaussAdd_32f", VAR(vspsLogGaussAdd_32f), Reduce::Add, Score::Half, true},
-    {"LogGaussAdd_IdVar_32f", NOVAR(vspsLogGaussAdd_IdVar_32f), Reduce::Add, Score::Half, false},
-};
-const Member<double, double> kF64[] = {
-    {"LogGauss_64f", VAR(vspsLogGauss_64f), Reduce::Store, Score::Half, true},
-    {"LogGauss_IdVar_64f", NOVAR(vspsLogGauss_IdVar_64f), Reduce::Store, Score::Half, false},
-    {"LogGaussMax_64f", VAR(vspsLogGaussMax_64f), Reduce::Max, Score::Half, true},
-    {"LogGaussMax_IdVar_64f", NOVAR(vspsLogGaussMax_IdVar_64f), Reduce::Max, Score::Half, false},
-    {"LogGaussAdd_64f", VAR(vspsLogGaussAdd_64f), Reduce::Add, Score::Half, true},
-    {"LogGaussAdd_IdVar_64f", NOVAR(vspsLogGaussAdd_IdVar_64f), Reduce::Add, Score::Half, false},
-};
+// A member of the store and max families (M2), and of the log-add one (M3).
+#define M2(v, A, score, var)                                           \
+  {"LogGauss_" #v, A(vspsLogGauss_##v), Reduce::Store, score, var}, {  \
+    "LogGaussMax_" #v, A(vspsLogGaussMax_##v), Reduce::Max, score, var \
+  }
+#define M3(v, A, score, var) \
+  M2(v, A, score, var), { "LogGaussAdd_" #v, A(vspsLogGaussAdd_##v), Reduce::Add, score, var }
+
+const Member<float, float> kF32[] = {M3(32f, VAR, Score::Half, true),
+                                     M3(IdVar_32f, NOVAR, Score::Half, false)};
+const Member<double, double> kF64[] = {M3(64f, VAR, Score::Half, true),
+                                       M3(IdVar_64f, NOVAR, Score::Half, false)};
 const Member<int16_t, float> kScaled[] = {
-    {"LogGauss_Scaled", VAR_S(vspsLogGauss_Scaled_16s32f), Reduce::Store, Score::Scaled, true},
-    {"LogGauss_LowScaled", VAR_S(vspsLogGauss_LowScaled_16s32f), Reduce::Store, Score::LowScaled,
-     true},
-    {"LogGauss_IdVarScaled", NOVAR_S(vspsLogGauss_IdVarScaled_16s32f), Reduce::Store, Score::Scaled,
-     false},
-    {"LogGauss_IdVarLowScaled", NOVAR_S(vspsLogGauss_IdVarLowScaled_16s32f), Reduce::Store,
-     Score::LowScaled, false},
-    {"LogGaussMax_Scaled", VAR_S(vspsLogGaussMax_Scaled_16s32f), Reduce::Max, Score::Scaled, true},
-    {"LogGaussMax_LowScaled", VAR_S(vspsLogGaussMax_LowScaled_16s32f), Reduce::Max,
-     Score::LowScaled, true},
-    {"LogGaussMax_IdVarScaled", NOVAR_S(vspsLogGaussMax_IdVarScaled_16s32f), Reduce::Max,
-     Score::Scaled, false},
-    {"LogGaussMax_IdVarLowScaled", NOVAR_S(vspsLogGaussMax_IdVarLowScaled_16s32f), Reduce::Max,
-     Score::LowScaled, false},
-    {"LogGaussAdd_Scaled", VAR_S(vspsLogGaussAdd_Scaled_16s32f), Reduce::Add, Score::Scaled, true},
-    {"LogGaussAdd_LowScaled", VAR_S(vspsLogGaussAdd_LowScaled_16s32f), Reduce::Add,
-     Score::LowScaled, true},
-    {"LogGaussAdd_IdVarScaled", NOVAR_S(vspsLogGaussAdd_IdVarScaled_16s32f), Reduce::Add,
-     Score::Scaled, false},
-    {"LogGaussAdd_IdVarLowScaled", NOVAR_S(vspsLogGaussAdd_IdVarLowScaled_16s32f), Reduce::Add,
-     Score::LowScaled, false},
-};
-const Member<int16_t, int32_t> kInt[] = {
-    {"LogGauss_16s32s", VAR_SF(vspsLogGauss_16s32s), Reduce::Store, Score::IntClamp, true},
-    {"LogGauss_Low_16s32s", VAR_SF(vspsLogGauss_Low_16s32s), Reduce::Store, Score::IntLow, true},
-    {"LogGauss_IdVar_16s32s", NOVAR_SF(vspsLogGauss_IdVar_16s32s), Reduce::Store, Score::IntClamp,
-     false},
-    {"LogGauss_IdVarLow_16s32s", NOVAR_SF(vspsLogGauss_IdVarLow_16s32s), Reduce::Store,
-     Score::IntLow, false},
-    {"LogGaussMax_16s32s", VAR_SF(vspsLogGaussMax_16s32s), Reduce::Max, Score::IntClamp, true},
-    {"LogGaussMax_Low_16s32s", VAR_SF(vspsLogGaussMax_Low_16s32s), Reduce::Max, Score::IntLow,
-     true},
-    {"LogGaussMax_IdVar_16s32s", NOVAR_SF(vspsLogGaussMax_IdVar_16s32s), Reduce::Max,
-     Score::IntClamp, false},
-    {"LogGaussMax_IdVarLow_16s32s", NOVAR_SF(vspsLogGaussMax_IdVarLow_16s32s), Reduce::Max,
-     Score::IntLow, false},
-};
+    M3(Scaled_16s32f, VAR_S, Score::Scaled, true),
+    M3(LowScaled_16s32f, VAR_S, Score::LowScaled, true),
+    M3(IdVarScaled_16s32f, NOVAR_S, Score::Scaled, false),
+    M3(IdVarLowScaled_16s32f, NOVAR_S, Score::LowScaled, false)};
+const Member<int16_t, int32_t> kInt[] = {M2(16s32s, VAR_SF, Score::IntClamp, true),
+                                         M2(Low_16s32s, VAR_SF, Score::IntLow, true),
+                                         M2(IdVar_16s32s, NOVAR_SF, Score::IntClamp, false),
+                                         M2(IdVarLow_16s32s, NOVAR_SF, Score::IntLow, false)};
 
 using vsptest::bits;  // (a using-directive alone would be hidden by the overload below)
 uint32_t bits(int32_t v) { return uint32_t(v); }
