@@ -9,6 +9,7 @@
 #include "frame/base.h"
 #include "frame/cpu.h"
 #include "frame/fixed.h"
+#include "frame/rows.h"
 #include "frame/scale.h"
 #include "scoring/logadd.h"
 #include "scoring/simd/gauss_rows.h"
@@ -17,6 +18,7 @@ VSP_NS_BEGIN
 
 // Rows are handed to the tiers in batches of this many.
 inline constexpr int32_t kRowBatch = 64;
+inline constexpr int32_t kModelBatchX = 64;
 
 template <class In, class Acc>
 VSP_ALWAYS_INLINE void rowSums(Tier tier, const RowBatch<In, Acc>& b) {
@@ -97,11 +99,18 @@ struct IntLowScore : IntScore {
 };
 
 // ---- Reductions: how a score meets the destination ----------------------------------
+//
+// Each gives the step for one value, and `finish`, which turns a row of
+// accumulators into scores and meets a row of destinations with them.
 
 struct Store {
   template <class T>
   static void apply(T& dst, T score) {
     dst = score;
+  }
+  template <class Score, class Acc, class T, class G>
+  static void finish(Tier, const Score& sc, const Acc* acc, G g, T* dst, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) dst[i] = sc.score(acc[i], g);
   }
 };
 // The larger of the two; a tie (or a NaN) keeps the destination.
@@ -110,18 +119,56 @@ struct KeepMax {
   static void apply(T& dst, T score) {
     if (score > dst) dst = score;
   }
+  template <class Score, class Acc, class T, class G>
+  static void finish(Tier, const Score& sc, const Acc* acc, G g, T* dst, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) apply(dst[i], sc.score(acc[i], g));
+  }
 };
 // The log-sum by the polynomial pair step: single-precision data with the
 // single-precision coefficients, cut-off and floor in double, narrowed on
-// the store; double data with the double-precision step.
+// the store; double data with the double-precision step. Rows go through
+// the vector tiers, lanes of doubles at a time, bit for bit as one by one.
 struct LogAddInto {
   static void apply(float& dst, float score) {
     dst = float(logadd::add32(double(dst), double(score)));
   }
   static void apply(double& dst, double score) { dst = logadd::add64(dst, score); }
+  template <class T>
+  static void batch(Tier tier, T* dst, const T* score, int32_t n) {
+    switch (tier) {
+      case Tier::Avx512:
+        avx512::logAddInto(dst, score, n);
+        break;
+      case Tier::Avx2:
+        avx2::logAddInto(dst, score, n);
+        break;
+      default:
+        sse2::logAddInto(dst, score, n);
+    }
+  }
+  template <class Score, class Acc, class T, class G>
+  static void finish(Tier tier, const Score& sc, const Acc* acc, G g, T* dst, int32_t n) {
+    T scores[kRowBatch];
+    for (int32_t i = 0; i < n; ++i) scores[i] = sc.score(acc[i], g);
+    batch(tier, dst, scores, n);
+  }
 };
 
 // ---- Drivers ----------------------------------------------------------------------------
+
+// Row pointers of a batch: the caller's own array for row-pointer input,
+// computed from the step otherwise.
+template <class T>
+VSP_ALWAYS_INLINE const T* const* batchRows(PointerRows<const T> rows, int32_t first, int32_t,
+                                            const T**) {
+  return rows.rows + first;
+}
+template <class T>
+VSP_ALWAYS_INLINE const T* const* batchRows(SteppedRows<const T> rows, int32_t first, int32_t n,
+                                            const T** room) {
+  for (int32_t i = 0; i < n; ++i) room[i] = rows[first + i];
+  return room;
+}
 
 // A block of frames against one Gaussian: each frame's score meets dst[f].
 template <class Reduce, class Score, class Rows>
@@ -134,12 +181,12 @@ void scoreFrames(Tier tier, const Score& sc, Rows src, const typename Score::In*
   Acc init[kRowBatch], acc[kRowBatch];
   const Acc start = sc.init(g);
   for (int32_t i = 0; i < kRowBatch; ++i) init[i] = start;
-  RowBatch<In, Acc> b{rows, &mean, var ? &var : nullptr, init, acc, 0, width, false, true};
+  RowBatch<In, Acc> b{nullptr, &mean, var ? &var : nullptr, init, acc, 0, width, false, true};
   for (int32_t f0 = 0; f0 < height; f0 += kRowBatch) {
     b.rows = height - f0 < kRowBatch ? height - f0 : kRowBatch;
-    for (int32_t i = 0; i < b.rows; ++i) rows[i] = src[f0 + i];
+    b.src = batchRows(src, f0, b.rows, rows);
     rowSums(tier, b);
-    for (int32_t i = 0; i < b.rows; ++i) Reduce::apply(dst[f0 + i], sc.score(acc[i], g));
+    Reduce::finish(tier, sc, acc, g, dst + f0, b.rows);
   }
 }
 

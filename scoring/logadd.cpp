@@ -107,7 +107,7 @@ struct SubFloat32 {
   static constexpr double kLimit = 1.0057e-37;
   static bool notSmaller(float s, float d) { return d - s >= 0; }
   static double diff(float s, float d, int32_t) { return double(d - s); }
-  static double floorOf(float s) { return logadd::FloorMax32::apply(s); }
+  static double floorOf(float s) { return logadd::FloorMax32::apply(double(s)); }
   static double floorValue() { return -4.5e6; }
   static double cut() { return logadd::Poly32::kCut; }
   static float out(double r) { return float(r); }

@@ -29,6 +29,7 @@ struct Poly32 {
   static constexpr double kCut = -15.3195879547406;  // -ln(4.5e6)
   static constexpr double kEnd1 = -2.55;
   static constexpr double kEnd2 = -6.8;
+  static constexpr double kEnds[3][1] = {{0.0}, {kEnd1}, {kEnd2}};
   static constexpr double kCoef[3][kDegree + 2] = {
       {-6.780103715801104e-07, -8.27710395983359e-06, -3.1261214564328406e-05,
        2.1955075181092877e-05, 0.0004062108907165097, 6.910012478334781e-05, -0.005163737400850404,
@@ -47,6 +48,7 @@ struct Poly64 {
   static constexpr double kCut = -23.0258509299405;  // -ln(1e10)
   static constexpr double kEnd1 = -3.5;
   static constexpr double kEnd2 = -9.0;
+  static constexpr double kEnds[3][1] = {{0.0}, {kEnd1}, {kEnd2}};
   static constexpr double kCoef[3][kDegree + 2] = {
       {2.4223551556971103e-14, 1.2811707930131747e-12,  2.979508062290527e-11,
        4.091290155130968e-10,  3.717428002038248e-09,   2.3532270503994952e-08,
@@ -74,6 +76,24 @@ struct Poly64 {
        0.00012340218972425103}};
 };
 
+// ---- Lane operations -------------------------------------------------------------
+//
+// The pair step below is written once for a plain double and for the vector
+// tiers' lanes of doubles, which define the same operations for their own
+// types (found by argument-dependent lookup): every lane then performs
+// exactly the scalar step's arithmetic. These are the scalar forms.
+
+VSP_ALWAYS_INLINE double splat(double, double x) { return x; }
+VSP_ALWAYS_INLINE double select(bool m, double a, double b) { return m ? a : b; }
+VSP_ALWAYS_INLINE bool allOf(bool m) { return m; }
+VSP_ALWAYS_INLINE double negate(double x) { return -x; }
+// Entry k of the row of t that the interval tests r0 (d > first end) and r1
+// (d > second end) select.
+template <size_t N>
+VSP_ALWAYS_INLINE double pick(bool r0, bool r1, const double (&t)[3][N], int k) {
+  return t[r0 ? 0 : r1 ? 1 : 2][k];
+}
+
 // ---- What a difference past the cut-off gives ---------------------------------
 //
 // There is no true log zero: each precision has a floor that stands for it.
@@ -81,16 +101,25 @@ struct Poly64 {
 // Single precision: never below -4.5e6, even if that lifts the result above
 // both operands.
 struct FloorMax32 {
-  static VSP_ALWAYS_INLINE double apply(double hi) { return hi < -4.5e6 ? -4.5e6 : hi; }
+  template <class V>
+  static VSP_ALWAYS_INLINE V apply(V hi) {
+    return select(hi < splat(hi, -4.5e6), splat(hi, -4.5e6), hi);
+  }
 };
 // Double precision: anything below -9e9 becomes exactly -1e10 (which may lower
 // it, for values between -1e10 and -9e9).
 struct Floor64 {
-  static VSP_ALWAYS_INLINE double apply(double hi) { return hi < -9e9 ? -1e10 : hi; }
+  template <class V>
+  static VSP_ALWAYS_INLINE V apply(V hi) {
+    return select(hi < splat(hi, -9e9), splat(hi, -1e10), hi);
+  }
 };
 // The integer log-add: the larger operand as it is.
 struct NoFloor {
-  static VSP_ALWAYS_INLINE double apply(double hi) { return hi; }
+  template <class V>
+  static VSP_ALWAYS_INLINE V apply(V hi) {
+    return hi;
+  }
 };
 // The integer log-sum keeps its running value in double but floors it
 // through single precision, which also drops the value's low bits.
@@ -103,34 +132,22 @@ struct FloorThroughSingle {
 // hi is b only if b > a, so a tie (and a NaN b) takes a, and d = -(hi - lo)
 // is never positive. The result does not depend on the operands' order,
 // beyond the sign of a zero. A NaN operand gives NaN (through the last
-// interval), never the floor.
-template <class P>
-VSP_ALWAYS_INLINE double polyTail(double hi, double d) {
-  int row = 2;
-  double u = d - P::kEnd2;
-  if (d > P::kEnd1) {
-    row = 0;
-    u = d;
-  } else if (d > P::kEnd2) {
-    row = 1;
-    u = d - P::kEnd1;
-  }
-  const double* c = P::kCoef[row];
-  double p = c[0];
-  for (int k = 1; k <= P::kDegree; ++k) p = p * u + c[k];
-  return (hi + c[P::kDegree + 1]) + u * p;
-}
-
-template <class P, class Floor>
-VSP_ALWAYS_INLINE double pairStep(double a, double b) {
-  double hi = a, lo = b;
-  if (b > a) {
-    hi = b;
-    lo = a;
-  }
-  const double d = -(hi - lo);
-  if (d < P::kCut) return Floor::apply(hi);
-  return polyTail<P>(hi, d);
+// interval), never the floor. Past the cut-off the polynomial is not
+// evaluated at all (in every lane, for vectors).
+template <class P, class Floor, class V>
+VSP_ALWAYS_INLINE V pairStep(V a, V b) {
+  const auto swap = b > a;
+  const V hi = select(swap, b, a), lo = select(swap, a, b);
+  const V d = negate(hi - lo);
+  const auto cut = d < splat(d, P::kCut);
+  const V floored = Floor::apply(hi);
+  if (allOf(cut)) return floored;
+  const auto r0 = d > splat(d, P::kEnd1), r1 = d > splat(d, P::kEnd2);
+  const V u = d - pick(r0, r1, P::kEnds, 0);
+  V p = pick(r0, r1, P::kCoef, 0);
+  for (int k = 1; k <= P::kDegree; ++k) p = p * u + pick(r0, r1, P::kCoef, k);
+  const V sum = (hi + pick(r0, r1, P::kCoef, P::kDegree + 1)) + u * p;
+  return select(cut, floored, sum);
 }
 
 // The two steps the scoring families apply to their scores.
@@ -252,7 +269,7 @@ VSP_ALWAYS_INLINE float tableStep32(float a, float b) {
     lo = a;
   }
   const float d = -(hi - lo);
-  if (d <= kCut32) return float(FloorMax32::apply(hi));
+  if (d <= kCut32) return float(FloorMax32::apply(double(hi)));
   const int k = tableRow(-d * kInvStep32);
   const TableRow& r = kTable[k];
   const float t = (d + float(k) * kStep32) * kInvStep32;

@@ -19,6 +19,10 @@
 //
 // Every tier gives bit-identical accumulators. The 16-bit integer kernel
 // returns the exact sum (wrapping in 64 bits), whose order is free.
+//
+// logAddInto folds a row of scores into a row of running values by the
+// shared polynomial pair step (scoring/logadd.h), several lanes at a time,
+// bit for bit as the scalar step.
 #pragma once
 
 #include <stdint.h>
@@ -38,11 +42,13 @@ struct RowBatch {
   bool sharedModel;
 };
 
-#define VSP_GAUSS_ROWS_DECLS                       \
-  void rowSums(const RowBatch<float, float>& b);   \
-  void rowSums(const RowBatch<double, double>& b); \
-  void rowSums(const RowBatch<int16_t, float>& b); \
-  void rowSums(const RowBatch<int16_t, int64_t>& b);
+#define VSP_GAUSS_ROWS_DECLS                                  \
+  void rowSums(const RowBatch<float, float>& b);              \
+  void rowSums(const RowBatch<double, double>& b);            \
+  void rowSums(const RowBatch<int16_t, float>& b);            \
+  void rowSums(const RowBatch<int16_t, int64_t>& b);          \
+  void logAddInto(float* dst, const float* score, int32_t n); \
+  void logAddInto(double* dst, const double* score, int32_t n);
 
 namespace sse2 {
 VSP_GAUSS_ROWS_DECLS

@@ -4,6 +4,7 @@
 #include <immintrin.h>
 
 #include "scoring/gauss_sum.h"
+#include "scoring/logadd.h"
 #include "scoring/simd/gauss_rows.h"
 
 namespace vsp {
@@ -12,18 +13,8 @@ namespace {
 
 #include "scoring/simd/vec_avx2.h"
 
-template <class Acc>
-struct VecOf;
-template <>
-struct VecOf<float> {
-  using V8 = F8;
-  using V4 = F4;
-};
-template <>
-struct VecOf<double> {
-  using V8 = D8;
-  using V4 = D4;
-};
+using Lanes8d = D8;
+using LogLanes = D4;
 using IntVec = I8;
 using IntAcc = Acc64x8;
 

@@ -3,6 +3,7 @@
 #include <emmintrin.h>
 
 #include "scoring/gauss_sum.h"
+#include "scoring/logadd.h"
 #include "scoring/simd/gauss_lanes.h"
 #include "scoring/simd/gauss_rows.h"
 
@@ -12,18 +13,8 @@ namespace {
 
 #include "scoring/simd/vec_sse2.h"
 
-template <class Acc>
-struct VecOf;
-template <>
-struct VecOf<float> {
-  using V8 = F8;
-  using V4 = F4;
-};
-template <>
-struct VecOf<double> {
-  using V8 = D8;
-  using V4 = D4;
-};
+using Lanes8d = D8;
+using LogLanes = D4;
 
 }  // namespace
 

@@ -43,6 +43,12 @@ struct F8 {
   static F8 load(const int16_t* p) { return {_mm256_cvtepi32_ps(load8x16(p))}; }
   static F8 loadPart(const float* p, int n) { return {_mm256_maskload_ps(p, mask32x8(n))}; }
   static F8 loadPart(const int16_t* p, int n) { return {_mm256_cvtepi32_ps(load8x16Part(p, n))}; }
+  // Lanes [0, na) from a, lanes [na, na + nb) from b, zeros after (na + nb
+  // up to 8). b - na must lie in the same array as b, at or after a.
+  static F8 loadSplit(const float* a, int na, const float* b, int nb) {
+    const __m256i upper = _mm256_andnot_si256(mask32x8(na), mask32x8(na + nb));
+    return {_mm256_or_ps(_mm256_maskload_ps(a, mask32x8(na)), _mm256_maskload_ps(b - na, upper))};
+  }
   void store(float* p) const { _mm256_storeu_ps(p, v); }
 };
 inline F8 operator+(F8 a, F8 b) { return {_mm256_add_ps(a.v, b.v)}; }
@@ -60,6 +66,22 @@ struct D8 {
     const __m256d lo = _mm256_maskload_pd(p, mask64x4(n < 4 ? n : 4));
     return {lo, n > 4 ? _mm256_maskload_pd(p + 4, mask64x4(n - 4)) : _mm256_setzero_pd()};
   }
+  // As F8::loadSplit. A half is loaded only where it has lanes to fill, so
+  // no address is formed outside the arrays.
+  static D8 loadSplit(const double* a, int na, const double* b, int nb) {
+    const D8 x = loadPart(a, na);
+    const double* c = b - na;
+    const int end = na + nb;
+    auto part = [&](int from, int to, int base) {  // lanes [from, to) of the half at base
+      const __m256i m =
+          _mm256_andnot_si256(mask64x4(clampLanes(from - base)), mask64x4(clampLanes(to - base)));
+      return _mm256_maskload_pd(c + base, m);
+    };
+    const __m256d lo = na < 4 ? _mm256_or_pd(x.lo, part(na, end, 0)) : x.lo;
+    const __m256d hi = end > 4 ? _mm256_or_pd(x.hi, part(na > 4 ? na : 4, end, 4)) : x.hi;
+    return {lo, hi};
+  }
+  static int clampLanes(int k) { return k < 0 ? 0 : k > 4 ? 4 : k; }
   void store(double* p) const {
     _mm256_storeu_pd(p, lo);
     _mm256_storeu_pd(p + 4, hi);
@@ -70,21 +92,35 @@ inline D8 operator-(D8 a, D8 b) { return {_mm256_sub_pd(a.lo, b.lo), _mm256_sub_
 inline D8 operator*(D8 a, D8 b) { return {_mm256_mul_pd(a.lo, b.lo), _mm256_mul_pd(a.hi, b.hi)}; }
 
 // One lane per row of a group of four.
-struct F4 {
-  __m128 v;
-  static F4 load(const float* p) { return {_mm_loadu_ps(p)}; }
-  void store(float* p) const { _mm_storeu_ps(p, v); }
-};
-inline F4 operator+(F4 a, F4 b) { return {_mm_add_ps(a.v, b.v)}; }
-inline F4 operator-(F4 a, F4 b) { return {_mm_sub_ps(a.v, b.v)}; }
+#include "scoring/simd/vec_f4.h"
 
 struct D4 {
+  static constexpr int kLanes = 4;
   __m256d v;
   static D4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+  static D4 load(const float* p) { return {_mm256_cvtps_pd(_mm_loadu_ps(p))}; }
   void store(double* p) const { _mm256_storeu_pd(p, v); }
+  void store(float* p) const { _mm_storeu_ps(p, _mm256_cvtpd_ps(v)); }
 };
 inline D4 operator+(D4 a, D4 b) { return {_mm256_add_pd(a.v, b.v)}; }
 inline D4 operator-(D4 a, D4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
+inline D4 operator*(D4 a, D4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
+
+// The lane operations of the shared pair step (scoring/logadd.h). Ordered
+// comparisons: a NaN compares false, as in scalar code.
+struct D4Mask {
+  __m256d m;
+};
+inline D4Mask operator<(D4 a, D4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_LT_OQ)}; }
+inline D4Mask operator>(D4 a, D4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_GT_OQ)}; }
+inline D4 splat(D4, double x) { return {_mm256_set1_pd(x)}; }
+inline D4 select(D4Mask m, D4 a, D4 b) { return {_mm256_blendv_pd(b.v, a.v, m.m)}; }
+inline bool allOf(D4Mask m) { return _mm256_movemask_pd(m.m) == 15; }
+inline D4 negate(D4 x) { return {_mm256_xor_pd(x.v, _mm256_set1_pd(-0.0))}; }
+template <size_t N>
+inline D4 pick(D4Mask r0, D4Mask r1, const double (&t)[3][N], int k) {
+  return select(r0, splat(D4{}, t[0][k]), select(r1, splat(D4{}, t[1][k]), splat(D4{}, t[2][k])));
+}
 
 // Lane k of rows 0..3 into column k.
 inline void columns(const F8 r[4], F4 c[8]) {
@@ -132,5 +168,15 @@ struct Acc64x8 {
   int64_t total() const {
     const __m128i h = _mm_add_epi64(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
     return _mm_cvtsi128_si64(_mm_add_epi64(h, _mm_unpackhi_epi64(h, h)));
+  }
+  // The totals of four accumulators at once.
+  static void totals(const Acc64x8* a, int64_t* out) {
+    const __m256i t01 = _mm256_add_epi64(_mm256_unpacklo_epi64(a[0].v, a[1].v),
+                                         _mm256_unpackhi_epi64(a[0].v, a[1].v));
+    const __m256i t23 = _mm256_add_epi64(_mm256_unpacklo_epi64(a[2].v, a[3].v),
+                                         _mm256_unpackhi_epi64(a[2].v, a[3].v));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
+                        _mm256_add_epi64(_mm256_permute2x128_si256(t01, t23, 0x20),
+                                         _mm256_permute2x128_si256(t01, t23, 0x31)));
   }
 };

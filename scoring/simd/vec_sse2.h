@@ -21,6 +21,13 @@ struct F8 {
     for (int i = 0; i < n; ++i) buf[i] = p[i];
     return load(buf);
   }
+  // Lanes [0, na) from a, lanes [na, na + nb) from b, zeros after.
+  static F8 loadSplit(const float* a, int na, const float* b, int nb) {
+    float buf[8] = {};
+    for (int i = 0; i < na; ++i) buf[i] = a[i];
+    for (int i = 0; i < nb; ++i) buf[na + i] = b[i];
+    return load(buf);
+  }
   void store(float* p) const {
     _mm_storeu_ps(p, lo);
     _mm_storeu_ps(p + 4, hi);
@@ -48,6 +55,12 @@ struct D8 {
     for (int i = 0; i < n; ++i) buf[i] = p[i];
     return load(buf);
   }
+  static D8 loadSplit(const double* a, int na, const double* b, int nb) {
+    double buf[8] = {};
+    for (int i = 0; i < na; ++i) buf[i] = a[i];
+    for (int i = 0; i < nb; ++i) buf[na + i] = b[i];
+    return load(buf);
+  }
   void store(double* p) const {
     for (int i = 0; i < 4; ++i) _mm_storeu_pd(p + 2 * i, r[i]);
   }
@@ -62,25 +75,52 @@ VSP_D8_OP(*, _mm_mul_pd)
 #undef VSP_D8_OP
 
 // One lane per row of a group of four.
-struct F4 {
-  __m128 v;
-  static F4 load(const float* p) { return {_mm_loadu_ps(p)}; }
-  void store(float* p) const { _mm_storeu_ps(p, v); }
-};
-inline F4 operator+(F4 a, F4 b) { return {_mm_add_ps(a.v, b.v)}; }
-inline F4 operator-(F4 a, F4 b) { return {_mm_sub_ps(a.v, b.v)}; }
+#include "scoring/simd/vec_f4.h"
 
 // Rows 0 and 1 in lo, rows 2 and 3 in hi.
 struct D4 {
+  static constexpr int kLanes = 4;
   __m128d lo, hi;
   static D4 load(const double* p) { return {_mm_loadu_pd(p), _mm_loadu_pd(p + 2)}; }
+  static D4 load(const float* p) {
+    const __m128 x = _mm_loadu_ps(p);
+    return {_mm_cvtps_pd(x), _mm_cvtps_pd(_mm_movehl_ps(x, x))};
+  }
   void store(double* p) const {
     _mm_storeu_pd(p, lo);
     _mm_storeu_pd(p + 2, hi);
   }
+  void store(float* p) const {
+    _mm_storeu_ps(p, _mm_movelh_ps(_mm_cvtpd_ps(lo), _mm_cvtpd_ps(hi)));
+  }
 };
 inline D4 operator+(D4 a, D4 b) { return {_mm_add_pd(a.lo, b.lo), _mm_add_pd(a.hi, b.hi)}; }
 inline D4 operator-(D4 a, D4 b) { return {_mm_sub_pd(a.lo, b.lo), _mm_sub_pd(a.hi, b.hi)}; }
+inline D4 operator*(D4 a, D4 b) { return {_mm_mul_pd(a.lo, b.lo), _mm_mul_pd(a.hi, b.hi)}; }
+
+// The lane operations of the shared pair step (scoring/logadd.h). Ordered
+// comparisons: a NaN compares false, as in scalar code.
+struct D4Mask {
+  __m128d lo, hi;
+};
+inline D4Mask operator<(D4 a, D4 b) { return {_mm_cmplt_pd(a.lo, b.lo), _mm_cmplt_pd(a.hi, b.hi)}; }
+inline D4Mask operator>(D4 a, D4 b) { return {_mm_cmpgt_pd(a.lo, b.lo), _mm_cmpgt_pd(a.hi, b.hi)}; }
+inline D4 splat(D4, double x) { return {_mm_set1_pd(x), _mm_set1_pd(x)}; }
+inline __m128d blend(__m128d m, __m128d a, __m128d b) {
+  return _mm_or_pd(_mm_and_pd(m, a), _mm_andnot_pd(m, b));
+}
+inline D4 select(D4Mask m, D4 a, D4 b) {
+  return {blend(m.lo, a.lo, b.lo), blend(m.hi, a.hi, b.hi)};
+}
+inline bool allOf(D4Mask m) { return (_mm_movemask_pd(m.lo) & _mm_movemask_pd(m.hi)) == 3; }
+inline D4 negate(D4 x) {
+  const __m128d sign = _mm_set1_pd(-0.0);
+  return {_mm_xor_pd(x.lo, sign), _mm_xor_pd(x.hi, sign)};
+}
+template <size_t N>
+inline D4 pick(D4Mask r0, D4Mask r1, const double (&t)[3][N], int k) {
+  return select(r0, splat(D4{}, t[0][k]), select(r1, splat(D4{}, t[1][k]), splat(D4{}, t[2][k])));
+}
 
 // Lane k of rows 0..3 into column k.
 inline void transpose4(__m128 a, __m128 b, __m128 c, __m128 d, F4* out) {

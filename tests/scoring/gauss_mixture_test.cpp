@@ -76,7 +76,8 @@ T sample(Rng& rng, bool weight) {
 }
 
 // The mixture is the ascending fold, by the one-element log-add, of the
-// block scores of its components: bit for bit, in both layouts, across the
+// block scores of its components (one component: its score as it is): bit
+// for bit, in both layouts, across the
 // batch of 64 components, for rows that start at every offset from a 16-byte
 // boundary. Gaps hold NaN (or a large integer) and must never be read.
 template <class T, class O>
@@ -136,13 +137,6 @@ void plainMembers(const Plain<T, O>* members, size_t n, uint64_t seed) {
 TEST(GaussMixture, Float32IsTheFoldOfBlockScores) { plainMembers(kF32, 2, 401); }
 TEST(GaussMixture, Float64IsTheFoldOfBlockScores) { plainMembers(kF64, 2, 402); }
 TEST(GaussMixture, ScaledIsTheFoldOfBlockScores) { plainMembers(kScaled, 4, 403); }
-
-TEST(GaussMixture, OneComponentGivesItsScoreAsItIs) {
-  const float src[] = {1, 2}, mean[] = {0, 0}, var[] = {1, 1}, g[] = {-3};
-  float dst = 99;
-  ASSERT_EQ(vspsLogGaussMixture_32f_D2(src, mean, var, 1, 2, 2, g, &dst), 0);
-  EXPECT_EQ(dst, 0.5f * (-6.0f - 5.0f));
-}
 
 // Float and double members check pointers before the step; the 16-bit ones
 // the step first. Both check the sizes last.

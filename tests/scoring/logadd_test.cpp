@@ -1,6 +1,7 @@
 // Log-domain addition, subtraction and sums: accuracy against long double,
 // floors and cut-offs, the integer peculiarities, checks and their order.
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <vector>
 
@@ -364,34 +365,27 @@ TEST(LogSum, IntegersKeepRealUnitsAndFloorThroughSingle) {
 TEST(LogDomain, SizeIsCheckedBeforePointers) {
   float f = 0;
   double d = 0;
-  Vsp16s s = 0;
+  Vsp16s h = 0;
   Vsp32s i = 0;
-  for (Vsp32s len : {0, -1, INT32_MIN}) {
-    EXPECT_EQ(vspsLogAdd_32f(nullptr, nullptr, len, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogAdd_64f(nullptr, nullptr, len, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogAdd_16s_Sfs(nullptr, nullptr, len, 0, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogAdd_32s_Sfs(nullptr, nullptr, len, 0, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSub_32f(nullptr, nullptr, len), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSub_64f(nullptr, nullptr, len), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSub_16s_Sfs(nullptr, nullptr, len, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSub_32s_Sfs(nullptr, nullptr, len, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSum_32f(nullptr, nullptr, len), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSum_64f(nullptr, nullptr, len), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSum_16s_Sfs(nullptr, nullptr, len, 0), vspStatusBadSize);
-    EXPECT_EQ(vspsLogSum_32s_Sfs(nullptr, nullptr, len, 0), vspStatusBadSize);
+  // Each member with both arrays (ok) or one of them null, at a length.
+  const std::function<VspStatus(bool, Vsp32s)> members[] = {
+      [&](bool ok, Vsp32s n) { return vspsLogAdd_32f(&f, ok ? &f : nullptr, n, 0); },
+      [&](bool ok, Vsp32s n) { return vspsLogAdd_64f(ok ? &d : nullptr, &d, n, 3); },
+      [&](bool ok, Vsp32s n) { return vspsLogAdd_16s_Sfs(&h, ok ? &h : nullptr, n, 0, 1); },
+      [&](bool ok, Vsp32s n) { return vspsLogAdd_32s_Sfs(ok ? &i : nullptr, &i, n, 0, 0); },
+      [&](bool ok, Vsp32s n) { return vspsLogSub_32f(ok ? &f : nullptr, &f, n); },
+      [&](bool ok, Vsp32s n) { return vspsLogSub_64f(&d, ok ? &d : nullptr, n); },
+      [&](bool ok, Vsp32s n) { return vspsLogSub_16s_Sfs(&h, ok ? &h : nullptr, n, 0); },
+      [&](bool ok, Vsp32s n) { return vspsLogSub_32s_Sfs(ok ? &i : nullptr, &i, n, 0); },
+      [&](bool ok, Vsp32s n) { return vspsLogSum_32f(&f, ok ? &f : nullptr, n); },
+      [&](bool ok, Vsp32s n) { return vspsLogSum_64f(ok ? &d : nullptr, &d, n); },
+      [&](bool ok, Vsp32s n) { return vspsLogSum_16s_Sfs(&h, ok ? &h : nullptr, n, 0); },
+      [&](bool ok, Vsp32s n) { return vspsLogSum_32s_Sfs(ok ? &i : nullptr, &i, n, 0); },
+  };
+  for (const auto& call : members) {
+    for (Vsp32s len : {0, -1, INT32_MIN}) EXPECT_EQ(call(false, len), vspStatusBadSize);
+    EXPECT_EQ(call(false, 1), vspStatusNullPointer);
   }
-  EXPECT_EQ(vspsLogAdd_32f(&f, nullptr, 1, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogAdd_64f(nullptr, &d, 1, 3), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogAdd_16s_Sfs(nullptr, &s, 1, 0, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogAdd_32s_Sfs(&i, nullptr, 1, 0, 1), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSub_32f(nullptr, &f, 1), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSub_64f(&d, nullptr, 1), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSub_16s_Sfs(&s, nullptr, 1, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSub_32s_Sfs(nullptr, &i, 1, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSum_32f(&f, nullptr, 1), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSum_64f(nullptr, &d, 1), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSum_16s_Sfs(nullptr, &s, 1, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogSum_32s_Sfs(&i, nullptr, 1, 0), vspStatusNullPointer);
 }
 
 }  // namespace
