@@ -270,7 +270,100 @@ VSP_API VspStatus vspsMahDistSingle_16s32s_Sfs(const Vsp16s* src, const Vsp16s* 
 
 /* ---- Filter bank objects ------------------------------------------------- */
 
+/* Banks of overlapping triangular filters over the bins of a transform of
+ * length N: `fftLen` raised to a power of two (at least 2), whose order is
+ * written to *order. Flags: vspFBankMelWeights (centres truncated to bins,
+ * sides straight on the Mel scale) or vspFBankBinWeights (centres rounded,
+ * sides straight in bin number), optionally with vspFBankTransformInput
+ * (evaluation takes N samples and transforms them first). The Mel scale is
+ * melMul * ln(1 + f / melDiv); no constants are assumed.
+ *
+ * GetSize reports the bytes of a caller's block for Init; Init builds in it
+ * and allocates nothing; InitAlloc allocates and pairs with FBankFree. A
+ * failed InitAlloc returns vspStatusNoMemory with *stateOut holding the
+ * partly built object (or null), which FBankFree releases. */
+VSP_API VspStatus vspsMelFBankGetSize_32f(Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags,
+                                          Vsp32s* sizeBytes);
+VSP_API VspStatus vspsMelFBankGetSize_16s(Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags,
+                                          Vsp32s* sizeBytes);
+/* fftLen 32 to 8192, flags exactly vspFBankBinWeights, filterCount up to N / 2. */
+VSP_API VspStatus vspsMelFBankGetSize_32s(Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags,
+                                          Vsp32s* sizeBytes);
+VSP_API VspStatus vspsMelFBankInit_32f(VspFBankState_32f* state, Vsp32s* order, Vsp32s fftLen,
+                                       Vsp32f sampleRate, Vsp32f lowFreq, Vsp32f highFreq,
+                                       Vsp32s filterCount, Vsp32f melMul, Vsp32f melDiv,
+                                       Vsp32s flags);
+VSP_API VspStatus vspsMelFBankInit_16s(VspFBankState_16s* state, Vsp32s* order, Vsp32s fftLen,
+                                       Vsp32f sampleRate, Vsp32f lowFreq, Vsp32f highFreq,
+                                       Vsp32s filterCount, Vsp32f melMul, Vsp32f melDiv,
+                                       Vsp32s flags);
+/* Pure integer arithmetic; melMul and melDiv with 15 fraction bits. */
+VSP_API VspStatus vspsMelFBankInit_32s(VspFBankState_32s* state, Vsp32s* order, Vsp32s fftLen,
+                                       Vsp32s sampleRate, Vsp32s lowFreq, Vsp32s highFreq,
+                                       Vsp32s filterCount, Vsp32s melMul, Vsp32s melDiv,
+                                       Vsp32s flags);
+VSP_API VspStatus vspsMelFBankInitAlloc_32f(VspFBankState_32f** stateOut, Vsp32s* order,
+                                            Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                            Vsp32f highFreq, Vsp32s filterCount, Vsp32f melMul,
+                                            Vsp32f melDiv, Vsp32s flags);
+VSP_API VspStatus vspsMelFBankInitAlloc_16s(VspFBankState_16s** stateOut, Vsp32s* order,
+                                            Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                            Vsp32f highFreq, Vsp32s filterCount, Vsp32f melMul,
+                                            Vsp32f melDiv, Vsp32s flags);
+/* linearCount filters evenly in Hz from lowFreq to linearHighFreq, the rest
+ * evenly in Mel up to highFreq. */
+VSP_API VspStatus vspsMelLinFBankInitAlloc_32f(VspFBankState_32f** stateOut, Vsp32s* order,
+                                               Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                               Vsp32f highFreq, Vsp32s filterCount,
+                                               Vsp32f linearHighFreq, Vsp32s linearCount,
+                                               Vsp32f melMul, Vsp32f melDiv, Vsp32s flags);
+VSP_API VspStatus vspsMelLinFBankInitAlloc_16s(VspFBankState_16s** stateOut, Vsp32s* order,
+                                               Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                               Vsp32f highFreq, Vsp32s filterCount,
+                                               Vsp32f linearHighFreq, Vsp32s linearCount,
+                                               Vsp32f melMul, Vsp32f melDiv, Vsp32s flags);
+/* No centres and zero weights: set the centres, then the coefficients. */
+VSP_API VspStatus vspsEmptyFBankInitAlloc_32f(VspFBankState_32f** stateOut, Vsp32s* order,
+                                              Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags);
+VSP_API VspStatus vspsEmptyFBankInitAlloc_16s(VspFBankState_16s** stateOut, Vsp32s* order,
+                                              Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags);
+/* For allocated banks; a bank built by Init in a caller's block is left alone. */
+VSP_API VspStatus vspsFBankFree_32f(VspFBankState_32f* state);
+VSP_API VspStatus vspsFBankFree_16s(VspFBankState_16s* state);
+/* filterCount + 2 centres: low edge, each filter's centre, high edge, as bins. */
+VSP_API VspStatus vspsFBankGetCenters_32f(const VspFBankState_32f* state, Vsp32s* centersOut);
+VSP_API VspStatus vspsFBankGetCenters_16s(const VspFBankState_16s* state, Vsp32s* centersOut);
+VSP_API VspStatus vspsFBankSetCenters_32f(VspFBankState_32f* state, const Vsp32s* centersIn);
+VSP_API VspStatus vspsFBankSetCenters_16s(VspFBankState_16s* state, const Vsp32s* centersIn);
+/* Filter `filterIndex` (from 1): its rising weights, centers[f] - centers[f-1] + 1
+ * of them, then its falling weights, centers[f+1] - centers[f]. */
+VSP_API VspStatus vspsFBankGetCoeffs_32f(const VspFBankState_32f* state, Vsp32s filterIndex,
+                                         Vsp32f* coeffsOut);
+VSP_API VspStatus vspsFBankGetCoeffs_16s(const VspFBankState_16s* state, Vsp32s filterIndex,
+                                         Vsp32f* coeffsOut);
+VSP_API VspStatus vspsFBankSetCoeffs_32f(VspFBankState_32f* state, Vsp32s filterIndex,
+                                         const Vsp32f* coeffsIn);
+VSP_API VspStatus vspsFBankSetCoeffs_16s(VspFBankState_16s* state, Vsp32s filterIndex,
+                                         const Vsp32f* coeffsIn);
+/* dst = melMul * ln(1 + src / melDiv) and its inverse, in double precision. */
+VSP_API VspStatus vspsLinearToMel_32f(const Vsp32f* src, Vsp32f* dst, Vsp32s len, Vsp32f melMul,
+                                      Vsp32f melDiv);
+VSP_API VspStatus vspsMelToLinear_32f(const Vsp32f* src, Vsp32f* dst, Vsp32s len, Vsp32f melMul,
+                                      Vsp32f melDiv);
+
 /* ---- Filter bank evaluation ---------------------------------------------- */
+
+/* One value per filter from a spectrum indexed by bin, or from N samples for
+ * a bank built with vspFBankTransformInput (magnitude spectrum; such a bank
+ * uses its own work buffer, so one thread at a time). */
+VSP_API VspStatus vspsEvalFBank_32f(const Vsp32f* src, Vsp32f* dst, VspFBankState_32f* state);
+VSP_API VspStatus vspsEvalFBank_16s_Sfs(const Vsp16s* src, Vsp16s* dst, VspFBankState_16s* state,
+                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsEvalFBank_16s32s_Sfs(const Vsp16s* src, Vsp32s* dst,
+                                           VspFBankState_16s* state, Vsp32s scaleFactor);
+/* scaleFactor from -31 to 31. */
+VSP_API VspStatus vspsEvalFBank_32s_Sfs(const Vsp32s* src, Vsp32s* dst,
+                                        const VspFBankState_32s* state, Vsp32s scaleFactor);
 
 /* ---- DCT and liftering --------------------------------------------------- */
 
