@@ -78,18 +78,20 @@ void BM_RealTransform(benchmark::State& st) {
   const double tLib = vspbench::timePerCall(lib);
   PlainRadix2 plain(n);
   st.counters["radix2"] = vspbench::timePerCall([&] {
-    plain.run(x.data(), out.data());
-    benchmark::DoNotOptimize(out.data());
-  }) / tLib;
+                            plain.run(x.data(), out.data());
+                            benchmark::DoNotOptimize(out.data());
+                          }) /
+                          tLib;
 #ifdef VSP_BENCH_HAVE_FFTW
   float* in = fftwf_alloc_real(n);
   fftwf_complex* spectrum = fftwf_alloc_complex(n / 2 + 1);
   fftwf_plan plan = fftwf_plan_dft_r2c_1d(n, in, spectrum, FFTW_MEASURE);
   for (int i = 0; i < n; ++i) in[i] = x[i];
   st.counters["fftw"] = vspbench::timePerCall([&] {
-    fftwf_execute(plan);
-    benchmark::DoNotOptimize(spectrum);
-  }) / tLib;
+                          fftwf_execute(plan);
+                          benchmark::DoNotOptimize(spectrum);
+                        }) /
+                        tLib;
 #endif
   for (auto _ : st) lib();
 #ifdef VSP_BENCH_HAVE_FFTW
@@ -100,5 +102,74 @@ void BM_RealTransform(benchmark::State& st) {
   vsp::fftSpecFree(spec);
 }
 BENCHMARK(BM_RealTransform)->DenseRange(8, 11)->ArgName("order");
+
+// The peers' filtering: the bank's own weights, read back once, applied to
+// the magnitude spectrum of their transform (complex form).
+struct PeerBank {
+  std::vector<int32_t> c;
+  std::vector<std::vector<float>> w;
+  std::vector<float> mags;
+  PeerBank(const VspFBankState_32f* s, int fc, int n) : c(fc + 2), mags(n / 2 + 1) {
+    vspsFBankGetCenters_32f(s, c.data());
+    for (int j = 1; j <= fc; ++j) {
+      w.emplace_back(c[j + 1] - c[j - 1] + 1);
+      vspsFBankGetCoeffs_32f(s, j, w.back().data());
+    }
+  }
+  __attribute__((noinline)) void apply(const float* spectrum, float* dst) {
+    for (size_t k = 0; k < mags.size(); ++k) {
+      const double re = spectrum[2 * k], im = spectrum[2 * k + 1];
+      mags[k] = float(std::sqrt(re * re + im * im));
+    }
+    for (size_t j = 1; j + 1 < c.size(); ++j) {
+      float a = 0;
+      for (int k = c[j - 1]; k <= c[j + 1]; ++k) a += w[j - 1][k - c[j - 1]] * mags[k];
+      dst[j - 1] = a;
+    }
+  }
+};
+
+void BM_EvalFBank_32f(benchmark::State& st) {
+  const int n = 512, fc = 26;
+  const std::vector<float> x = frame(n);
+  std::vector<float> out(fc), spectrum(n + 2);
+  VspFBankState_32f* bank = nullptr;
+  int32_t order = 0;
+  vspsMelFBankInitAlloc_32f(&bank, &order, n, 16000, 64, 8000, fc, 1127, 700,
+                            vspFBankMelWeights | vspFBankTransformInput);
+  auto lib = [&] {
+    vspsEvalFBank_32f(x.data(), out.data(), bank);
+    benchmark::DoNotOptimize(out.data());
+  };
+  const double tLib = vspbench::timePerCall(lib);
+  PeerBank peer(bank, fc, n);
+  PlainRadix2 plain(n);
+  st.counters["plain"] = vspbench::timePerCall([&] {
+                           plain.run(x.data(), spectrum.data());
+                           peer.apply(spectrum.data(), out.data());
+                           benchmark::DoNotOptimize(out.data());
+                         }) /
+                         tLib;
+#ifdef VSP_BENCH_HAVE_FFTW
+  float* in = fftwf_alloc_real(n);
+  fftwf_complex* bins = fftwf_alloc_complex(n / 2 + 1);
+  fftwf_plan plan = fftwf_plan_dft_r2c_1d(n, in, bins, FFTW_MEASURE);
+  for (int i = 0; i < n; ++i) in[i] = x[i];
+  st.counters["fftw"] = vspbench::timePerCall([&] {
+                          fftwf_execute(plan);
+                          peer.apply(reinterpret_cast<const float*>(bins), out.data());
+                          benchmark::DoNotOptimize(out.data());
+                        }) /
+                        tLib;
+#endif
+  for (auto _ : st) lib();
+#ifdef VSP_BENCH_HAVE_FFTW
+  fftwf_destroy_plan(plan);
+  fftwf_free(in);
+  fftwf_free(bins);
+#endif
+  vspsFBankFree_32f(bank);
+}
+BENCHMARK(BM_EvalFBank_32f);
 
 }  // namespace

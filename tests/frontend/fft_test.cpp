@@ -229,9 +229,12 @@ TEST(Fft, IntegerFrontEndRoundsToEvenAndSaturates) {
     std::vector<float> xf(x.begin(), x.end());
     const auto want = directDft(xf);
     VspFftSpec_16s* s = nullptr;
-    ASSERT_EQ(vsp::fftSpecInitAlloc_16s(&s, order, 8, 0), vspStatusOk);
+    int32_t specSize = 0, init = 0, workSize = 0;
+    ASSERT_EQ(vsp::fftSpecGetSize_16s(order, 8, 0, &specSize, &init, &workSize), vspStatusOk);
+    std::vector<unsigned char> block(static_cast<size_t>(specSize)), work(size_t(workSize) + 4);
+    ASSERT_EQ(vsp::fftSpecInit_16s(&s, order, 8, 0, block.data(), nullptr), vspStatusOk);
     Guarded<int32_t> dst(n + 2);
-    ASSERT_EQ(vsp::fftForward_16s(x.data(), dst.data(), s, -3, nullptr), vspStatusOk);
+    ASSERT_EQ(vsp::fftForward_16s(x.data(), dst.data(), s, -3, work.data() + 4), vspStatusOk);
     EXPECT_TRUE(dst.guardsIntact());
     for (size_t k = 0; k <= n / 2; ++k) {
       EXPECT_NEAR(dst[2 * k], 8 * want[k].real(), 1.0 + 8 * 2000 * bound(order, n));
