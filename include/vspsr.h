@@ -274,6 +274,70 @@ VSP_API VspStatus vspsMahDistSingle_16s32s_Sfs(const Vsp16s* src, const Vsp16s* 
 
 /* ---- DCT and liftering --------------------------------------------------- */
 
+/* Cosine transform of a frame of log filter bank outputs into liftered
+ * cepstra. Row i of the table is cos((k - 0.5) * i * pi / dctLen), unscaled;
+ * output i - 1 is lifter[i] times the dot product with row i, and the C0
+ * variants put lifter[0] times the plain sum last, at dst[cepstrumLen]. */
+VSP_API VspStatus vspsDCTLifterGetSize_16s(Vsp32s dctLen, Vsp32s cepstrumLen, Vsp32s* sizeBytes);
+VSP_API VspStatus vspsDCTLifterGetSize_32f(Vsp32s dctLen, Vsp32s cepstrumLen, Vsp32s* sizeBytes);
+VSP_API VspStatus vspsDCTLifterGetSize_MulC0_16s(Vsp32s dctLen, Vsp32s cepstrumLen,
+                                                 Vsp32s* sizeBytes);
+
+VSP_API VspStatus vspsDCTLifterInit_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                        Vsp32s cepstrumLen, Vsp32s lifterLen, Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInit_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                        Vsp32s cepstrumLen, Vsp32s lifterLen, Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInit_C0_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                           Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                           Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInit_C0_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                           Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                           Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInit_Mul_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                            const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInit_Mul_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                            const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInit_MulC0_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                              const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInit_MulC0_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                              const Vsp32f* multipliers, Vsp32s cepstrumLen);
+
+/* On vspStatusNoMemory *stateOut already holds the partly built object (or
+ * null if the object itself could not be had); its Free releases what it got. */
+VSP_API VspStatus vspsDCTLifterInitAlloc_16s(VspDCTLifterState_16s** stateOut, Vsp32s dctLen,
+                                             Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                             Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInitAlloc_32f(VspDCTLifterState_32f** stateOut, Vsp32s dctLen,
+                                             Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                             Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInitAlloc_C0_16s(VspDCTLifterState_16s** stateOut, Vsp32s dctLen,
+                                                Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                                Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInitAlloc_C0_32f(VspDCTLifterState_32f** stateOut, Vsp32s dctLen,
+                                                Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                                Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInitAlloc_Mul_16s(VspDCTLifterState_16s** stateOut, Vsp32s dctLen,
+                                                 const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInitAlloc_Mul_32f(VspDCTLifterState_32f** stateOut, Vsp32s dctLen,
+                                                 const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInitAlloc_MulC0_16s(VspDCTLifterState_16s** stateOut,
+                                                   Vsp32s dctLen, const Vsp32f* multipliers,
+                                                   Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInitAlloc_MulC0_32f(VspDCTLifterState_32f** stateOut,
+                                                   Vsp32s dctLen, const Vsp32f* multipliers,
+                                                   Vsp32s cepstrumLen);
+
+VSP_API VspStatus vspsDCTLifter_32f(const Vsp32f* src, Vsp32f* dst,
+                                    const VspDCTLifterState_32f* state);
+/* The 16-bit state's work buffer is written: one thread at a time. */
+VSP_API VspStatus vspsDCTLifter_16s_Sfs(const Vsp16s* src, Vsp16s* dst,
+                                        VspDCTLifterState_16s* state, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDCTLifter_32s16s_Sfs(const Vsp32s* src, Vsp16s* dst,
+                                           VspDCTLifterState_16s* state, Vsp32s scaleFactor);
+
+VSP_API VspStatus vspsDCTLifterFree_16s(VspDCTLifterState_16s* state);
+VSP_API VspStatus vspsDCTLifterFree_32f(VspDCTLifterState_32f* state);
+
 /* ---- Delta features ------------------------------------------------------ */
 
 /* ===========================================================================
