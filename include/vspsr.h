@@ -340,6 +340,97 @@ VSP_API VspStatus vspsDCTLifterFree_32f(VspDCTLifterState_32f* state);
 
 /* ---- Delta features ------------------------------------------------------ */
 
+/* Streaming derivatives. Output rows hold [static | delta] or
+ * [static | delta | deltaDelta] blocks of `width` columns, `dstStep` elements
+ * apart. With vspDeltaBegin, src row r goes to dst row r; without it, dst rows
+ * 0 upward must hold the last rows of the previous call (2 or 4 for Delta
+ * Win1/Win2, 3 or 6 for DeltaDelta, 8 for Aurora) and src row r goes behind
+ * them. Deltas trail the statics and are completed by vspDeltaEnd, which may
+ * come with `height` 0. Multipliers are rows of `width`: static, delta and,
+ * for DeltaDelta, second derivative. */
+VSP_API VspStatus vspsDelta_Win1_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                        Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                        Vsp32s mode);
+VSP_API VspStatus vspsDelta_Win1_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                           Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                           Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDelta_Win2_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                        Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                        Vsp32s mode);
+VSP_API VspStatus vspsDelta_Win2_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                           Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                           Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaMul_Win1_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                           Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                           Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaMul_Win1_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                              Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                              Vsp32s height, Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaMul_Win2_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                           Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                           Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaMul_Win2_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                              Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                              Vsp32s height, Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDelta_Win1_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                             Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                             Vsp32f deltaDeltaScale, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDelta_Win1_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                                Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                                Vsp16s deltaDeltaScale, Vsp32s mode,
+                                                Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDelta_Win2_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                             Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                             Vsp32f deltaDeltaScale, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDelta_Win2_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                                Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                                Vsp16s deltaDeltaScale, Vsp32s mode,
+                                                Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDeltaMul_Win1_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                                Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                                Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDeltaMul_Win1_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                                   Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                                   Vsp32s height, Vsp32s mode,
+                                                   Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDeltaMul_Win2_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                                Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                                Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDeltaMul_Win2_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                                   Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                                   Vsp32s height, Vsp32s mode,
+                                                   Vsp32s scaleFactor);
+
+/* Aurora: 13 columns, src rows 14 elements apart, dstStep at least 39, nine-
+ * frame regression windows taken from the statics for both derivatives. */
+VSP_API VspStatus vspsDeltaDelta_Aurora_32f_D2(const Vsp32f* src, Vsp32f* dst, Vsp32s dstStep,
+                                               Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDelta_Aurora_16s_D2Sfs(const Vsp16s* src, Vsp16s* dst, Vsp32s dstStep,
+                                                  Vsp32s height, Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDeltaMul_Aurora_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                                  Vsp32f* dst, Vsp32s dstStep, Vsp32s height,
+                                                  Vsp32s mode);
+VSP_API VspStatus vspsDeltaDeltaMul_Aurora_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                                     Vsp16s* dst, Vsp32s dstStep, Vsp32s height,
+                                                     Vsp32s mode, Vsp32s scaleFactor);
+
+/* Batch deltas in place: columns offset .. offset + width - 1 of `height`
+ * rows in, columns offset + width onward out, regression over windowSize
+ * frames, the past side replaced by row 0 near the start and the future side
+ * by the last row near the end. */
+VSP_API VspStatus vspsEvalDelta_32f_D2(Vsp32f* srcDst, Vsp32s height, Vsp32s step, Vsp32s width,
+                                       Vsp32s offset, Vsp32s windowSize, Vsp32f deltaScale);
+VSP_API VspStatus vspsEvalDelta_16s_D2Sfs(Vsp16s* srcDst, Vsp32s height, Vsp32s step,
+                                          Vsp32s width, Vsp32s offset, Vsp32s windowSize,
+                                          Vsp16s deltaScale, Vsp32s scaleFactor);
+VSP_API VspStatus vspsEvalDeltaMul_32f_D2(Vsp32f* srcDst, Vsp32s height, Vsp32s step,
+                                          const Vsp32f* multipliers, Vsp32s width, Vsp32s offset,
+                                          Vsp32s windowSize);
+VSP_API VspStatus vspsEvalDeltaMul_16s_D2Sfs(Vsp16s* srcDst, Vsp32s height, Vsp32s step,
+                                             const Vsp16s* multipliers, Vsp32s width,
+                                             Vsp32s offset, Vsp32s windowSize,
+                                             Vsp32s scaleFactor);
+
 /* ===========================================================================
  * Vector quantization
  * ========================================================================= */
