@@ -50,68 +50,33 @@ struct Params {
 // Builds a state of either type by Init (into `block`) or by InitAlloc.
 template <class S>
 struct Api;
-template <>
-struct Api<VspDCTLifterState_32f> {
-  using S = VspDCTLifterState_32f;
-  static VspStatus getSize(int n, int c, Vsp32s* b) { return vspsDCTLifterGetSize_32f(n, c, b); }
-  static VspStatus init(S* s, Variant v, const Params& p) {
-    switch (v) {
-      case Variant::Plain:
-        return vspsDCTLifterInit_32f(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale);
-      case Variant::C0:
-        return vspsDCTLifterInit_C0_32f(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale, p.c0);
-      case Variant::Mul:
-        return vspsDCTLifterInit_Mul_32f(s, p.dctLen, p.mul.data(), p.cepLen);
-      default:
-        return vspsDCTLifterInit_MulC0_32f(s, p.dctLen, p.mul.data(), p.cepLen);
-    }
-  }
-  static VspStatus initAlloc(S** s, Variant v, const Params& p) {
-    switch (v) {
-      case Variant::Plain:
-        return vspsDCTLifterInitAlloc_32f(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale);
-      case Variant::C0:
-        return vspsDCTLifterInitAlloc_C0_32f(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale,
-                                             p.c0);
-      case Variant::Mul:
-        return vspsDCTLifterInitAlloc_Mul_32f(s, p.dctLen, p.mul.data(), p.cepLen);
-      default:
-        return vspsDCTLifterInitAlloc_MulC0_32f(s, p.dctLen, p.mul.data(), p.cepLen);
-    }
-  }
-  static VspStatus release(S* s) { return vspsDCTLifterFree_32f(s); }
-};
-template <>
-struct Api<VspDCTLifterState_16s> {
-  using S = VspDCTLifterState_16s;
-  static VspStatus getSize(int n, int c, Vsp32s* b) { return vspsDCTLifterGetSize_16s(n, c, b); }
-  static VspStatus init(S* s, Variant v, const Params& p) {
-    switch (v) {
-      case Variant::Plain:
-        return vspsDCTLifterInit_16s(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale);
-      case Variant::C0:
-        return vspsDCTLifterInit_C0_16s(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale, p.c0);
-      case Variant::Mul:
-        return vspsDCTLifterInit_Mul_16s(s, p.dctLen, p.mul.data(), p.cepLen);
-      default:
-        return vspsDCTLifterInit_MulC0_16s(s, p.dctLen, p.mul.data(), p.cepLen);
-    }
-  }
-  static VspStatus initAlloc(S** s, Variant v, const Params& p) {
-    switch (v) {
-      case Variant::Plain:
-        return vspsDCTLifterInitAlloc_16s(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale);
-      case Variant::C0:
-        return vspsDCTLifterInitAlloc_C0_16s(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale,
-                                             p.c0);
-      case Variant::Mul:
-        return vspsDCTLifterInitAlloc_Mul_16s(s, p.dctLen, p.mul.data(), p.cepLen);
-      default:
-        return vspsDCTLifterInitAlloc_MulC0_16s(s, p.dctLen, p.mul.data(), p.cepLen);
-    }
-  }
-  static VspStatus release(S* s) { return vspsDCTLifterFree_16s(s); }
-};
+// clang-format off
+#define VSP_DCT_API(S, T)                                                                              \
+  template <>                                                                                         \
+  struct Api<S> {                                                                                     \
+    static VspStatus getSize(int n, int c, Vsp32s* b) { return vspsDCTLifterGetSize_##T(n, c, b); } \
+    static VspStatus init(S* s, Variant v, const Params& p) {                                         \
+      switch (v) {                                                                                    \
+        case Variant::Plain: return vspsDCTLifterInit_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale); \
+        case Variant::C0: return vspsDCTLifterInit_C0_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale, p.c0); \
+        case Variant::Mul: return vspsDCTLifterInit_Mul_##T(s, p.dctLen, p.mul.data(), p.cepLen);     \
+        default: return vspsDCTLifterInit_MulC0_##T(s, p.dctLen, p.mul.data(), p.cepLen);             \
+      }                                                                                               \
+    }                                                                                                 \
+    static VspStatus initAlloc(S** s, Variant v, const Params& p) {                                   \
+      switch (v) {                                                                                    \
+        case Variant::Plain: return vspsDCTLifterInitAlloc_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale); \
+        case Variant::C0: return vspsDCTLifterInitAlloc_C0_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale, p.c0); \
+        case Variant::Mul: return vspsDCTLifterInitAlloc_Mul_##T(s, p.dctLen, p.mul.data(), p.cepLen); \
+        default: return vspsDCTLifterInitAlloc_MulC0_##T(s, p.dctLen, p.mul.data(), p.cepLen);       \
+      }                                                                                               \
+    }                                                                                                 \
+    static VspStatus release(S* s) { return vspsDCTLifterFree_##T(s); }                               \
+  };
+VSP_DCT_API(VspDCTLifterState_32f, 32f)
+VSP_DCT_API(VspDCTLifterState_16s, 16s)
+#undef VSP_DCT_API
+// clang-format on
 
 // A state built by Init in a guarded block of exactly GetSize bytes (8 bytes
 // past a 64-byte boundary, so that the hand alignment inside is exercised),
