@@ -159,7 +159,7 @@ float orderedSum32f(const float* s, const float* m, const float* v, int n) {
 }
 
 TEST(LogGaussSingle32f, SummationOrderIsBitExactForEveryAlignmentAndTier) {
-  for (size_t misalign : {0, 4, 8, 12, 2}) {  // 2: var not aligned to its element
+  for (size_t misalign : {0, 4, 8, 12}) {
     for (int n : lengthsAround(8)) {
       const uint64_t seed = 77 + n + misalign;
       SCOPED_TRACE("n=" + std::to_string(n) + " misalign=" + std::to_string(misalign) + " " +
