@@ -294,40 +294,30 @@ TEST(DCTLifter, GetSizeRefusalsAndLimits) {
   EXPECT_EQ(vspsDCTLifterGetSize_32f(24, 24, &b), vspStatusOk);  // dctLen == cepLen is legal
 }
 
-// Init and InitAlloc share their checks: pointers, then sizes.
+// Init and InitAlloc share their checks: pointers, then sizes. The form
+// under test: 0 Init, 1 Init_C0, 2 Init_Mul, 3 InitAlloc, 4 InitAlloc_MulC0.
+int gInitForm = 0;
 struct InitFixture {
   Guarded<unsigned char> block{4096};
   VspDCTLifterState_32f* obj = reinterpret_cast<VspDCTLifterState_32f*>(block.data());
-  VspDCTLifterState_32f* allocated = nullptr;
-  VspDCTLifterState_32f** outPtr = &allocated;
+  VspDCTLifterState_32f *allocated = nullptr, **outPtr = &allocated;
   int dctLen = 24, cepLen = 13, lifterLen = 22;
+  const float kMul[13] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13};
   const float* mul = kMul;
-  int which = 0;  // 0 Init, 1 Init_C0, 2 Init_Mul, 3 InitAlloc, 4 InitAlloc_MulC0
-  static constexpr float kMul[13] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13};
   OutputWatch out;
   InitFixture() {
     out.watch(block.data(), block.size());
     out.watch(&allocated, sizeof(allocated));
   }
   VspStatus call() {
-    VspStatus s;
-    switch (which) {
-      case 0:
-        s = vspsDCTLifterInit_32f(obj, dctLen, cepLen, lifterLen, 1.0f);
-        break;
-      case 1:
-        s = vspsDCTLifterInit_C0_32f(obj, dctLen, cepLen, lifterLen, 1.0f, 2.0f);
-        break;
-      case 2:
-        s = vspsDCTLifterInit_Mul_32f(obj, dctLen, mul, cepLen);
-        break;
-      case 3:
-        s = vspsDCTLifterInitAlloc_32f(outPtr, dctLen, cepLen, lifterLen, 1.0f);
-        break;
-      default:
-        s = vspsDCTLifterInitAlloc_MulC0_32f(outPtr, dctLen, mul, cepLen);
-        break;
-    }
+    // clang-format off
+    const VspStatus s =
+        gInitForm == 0 ? vspsDCTLifterInit_32f(obj, dctLen, cepLen, lifterLen, 1.0f)
+      : gInitForm == 1 ? vspsDCTLifterInit_C0_32f(obj, dctLen, cepLen, lifterLen, 1.0f, 2.0f)
+      : gInitForm == 2 ? vspsDCTLifterInit_Mul_32f(obj, dctLen, mul, cepLen)
+      : gInitForm == 3 ? vspsDCTLifterInitAlloc_32f(outPtr, dctLen, cepLen, lifterLen, 1.0f)
+      : vspsDCTLifterInitAlloc_MulC0_32f(outPtr, dctLen, mul, cepLen);
+    // clang-format on
     if (s == vspStatusOk && allocated) vspsDCTLifterFree_32f(allocated), allocated = nullptr;
     return s;
   }
@@ -335,59 +325,20 @@ struct InitFixture {
 
 TEST(DCTLifter, InitRefusals) {
   using F = InitFixture;
-  for (int which = 0; which < 5; ++which) {
-    SCOPED_TRACE("form " + std::to_string(which));
-    const bool mulForm = which == 2 || which == 4;
-    auto form = [which](F& f) { f.which = which; };
+  for (gInitForm = 0; gInitForm < 5; ++gInitForm) {
+    SCOPED_TRACE("form " + std::to_string(gInitForm));
+    const bool mulForm = gInitForm == 2 || gInitForm == 4;
+    // clang-format off
     std::vector<Refusal<F>> table = {
-        {"dctLen 0",
-         [&](F& f) {
-           form(f);
-           f.dctLen = 0;
-         },
-         vspStatusBadSize},
-        {"cepLen 0",
-         [&](F& f) {
-           form(f);
-           f.cepLen = 0;
-         },
-         vspStatusBadSize},
-        {"dctLen below cepLen",
-         [&](F& f) {
-           form(f);
-           f.cepLen = 25;
-         },
-         vspStatusBadSize},
-        {"too big for a 32-bit size",
-         [&](F& f) {
-           form(f);
-           f.dctLen = f.cepLen = 1 << 20;
-         },
-         vspStatusBadSize},
-        {"null object and bad size",
-         [&](F& f) {
-           form(f);
-           f.obj = nullptr;
-           f.outPtr = nullptr;
-           f.dctLen = 0;
-         },
-         vspStatusNullPointer},
+        {"dctLen 0", [](F& f) { f.dctLen = 0; }, vspStatusBadSize},
+        {"cepLen 0", [](F& f) { f.cepLen = 0; }, vspStatusBadSize},
+        {"dctLen below cepLen", [](F& f) { f.cepLen = 25; }, vspStatusBadSize},
+        {"too big for a 32-bit size", [](F& f) { f.dctLen = f.cepLen = 1 << 20; }, vspStatusBadSize},
+        {"null object and bad size", [](F& f) { f.obj = nullptr; f.outPtr = nullptr; f.dctLen = 0; }, vspStatusNullPointer},
     };
-    if (!mulForm)
-      table.push_back({"lifterLen 0",
-                       [&](F& f) {
-                         form(f);
-                         f.lifterLen = 0;
-                       },
-                       vspStatusBadSize});
-    if (mulForm)
-      table.push_back({"null multipliers",
-                       [&](F& f) {
-                         form(f);
-                         f.mul = nullptr;
-                         f.dctLen = -1;
-                       },
-                       vspStatusNullPointer});
+    if (mulForm) table.push_back({"null multipliers", [](F& f) { f.mul = nullptr; f.dctLen = -1; }, vspStatusNullPointer});
+    else table.push_back({"lifterLen 0", [](F& f) { f.lifterLen = 0; }, vspStatusBadSize});
+    // clang-format on
     expectRefusals<F>(table);
   }
 }
