@@ -40,7 +40,7 @@ struct Fix {
   using Acc = int32_t;
   using S = int16_t;
   static VSP_ALWAYS_INLINE int16_t finish(int32_t raw, int16_t s, int32_t sf) {
-    return sat16(shiftByScale32(wrapMul32(raw, s), sf));
+    return sat16(shiftByScaleLow5(wrapMul32(raw, s), sf));
   }
   static VSP_ALWAYS_INLINE int32_t mulAdd(int32_t acc, int32_t i, int32_t d) {
     return wrapAdd32(acc, wrapMul32(i, d));
@@ -145,7 +145,7 @@ struct AuroraDelta {
     } else {
       int32_t acc = 0;
       for (int k = -4; k <= 4; ++k) acc += k * int32_t(q[k][c]);
-      return sat16(shiftByScale32(wrapMul32(acc, s), int64_t(sf) + 2));
+      return sat16(shiftByScaleLow5(wrapMul32(acc, s), int64_t(sf) + 2));
     }
   }
 };

@@ -84,10 +84,11 @@ const float kAuroraSecond[9] = {1.0f,       0.25f,      -0.285714f, -0.607143f, 
                                 -0.607143f, -0.285714f, 0.25f,      1.0f};
 
 // The 16-bit rule: raw * scale kept to 32 bits, shifted by the scale factor
-// (right for positive, left for negative, count modulo 32), saturated.
+// (right for positive, left for negative, the count being the factor's low
+// five bits as they stand: -2 shifts left by 30), saturated.
 Vsp16s fixRule(int64_t raw, int scale, int sf) {
   const int32_t v = int32_t(uint32_t(uint64_t(raw * scale)));
-  const int n = sf > 0 ? sf % 32 : (-sf) % 32;
+  const int n = int(uint32_t(sf) & 31);
   const int32_t s = sf > 0 ? v >> n : sf < 0 ? int32_t(uint32_t(v) << n) : v;
   return Vsp16s(std::min(32767, std::max(-32768, s)));
 }
@@ -311,7 +312,9 @@ TEST(DeltaStream, ShortUtterancesAndTheDocumentedEdges) {
   ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, 32767, vspDeltaBegin, 0), vspStatusOk);
   EXPECT_EQ(o16[1], -32768);
   ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, 1, vspDeltaBegin, -1), vspStatusOk);
-  EXPECT_EQ(o16[1], 32767);
+  EXPECT_EQ(o16[1], 0);  // -1 shifts left by 31: every bit of the even 131070 leaves
+  ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, 1, vspDeltaBegin, -31), vspStatusOk);
+  EXPECT_EQ(o16[1], 32767);  // -31 shifts left by 1
   ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, -1, vspDeltaBegin, 3), vspStatusOk);
   EXPECT_EQ(o16[1], -16384);  // -131070 >> 3 rounds toward minus infinity
 }
