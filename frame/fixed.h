@@ -72,6 +72,16 @@ VSP_ALWAYS_INLINE int32_t shiftByScale32(int32_t v, int64_t n) {
   return v;
 }
 
+// The same shift with the count taken as the factor's low five bits as they
+// stand in two's complement (so -1 shifts left by 31), the direction still by
+// the factor's sign. Only families whose contract states this form use it.
+VSP_ALWAYS_INLINE int32_t shiftByScaleLow5(int32_t v, int64_t n) {
+  const uint32_t count = uint32_t(uint64_t(n)) & 31;
+  if (n > 0) return sar32(v, count);
+  if (n < 0) return shl32(v, count);
+  return v;
+}
+
 // Half-up rounding shift: adds half of the shifted-out unit, then shifts.
 // Used only where a member states a rounding term.
 VSP_ALWAYS_INLINE int64_t shiftRoundHalfUp64(int64_t v, uint32_t n) {

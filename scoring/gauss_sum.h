@@ -29,7 +29,8 @@ float sumSqRuns16s32f(Tier tier, const int16_t* src, const int16_t* mean, const 
                       int32_t n);
 int64_t sumSq16s(Tier tier, const int16_t* src, const int16_t* mean, const int16_t* var, int32_t n);
 
-// The two lane folds, shared with the block kernels.
+// The two lane folds written out on eight lane sums, for scalar code that
+// must agree with the vector tiers bit for bit.
 VSP_ALWAYS_INLINE float foldLanes32(const float* a) {
   const float c0 = a[0] + a[4], c1 = a[1] + a[5], c2 = a[2] + a[6], c3 = a[3] + a[7];
   return (c0 + c2) + (c1 + c3);
