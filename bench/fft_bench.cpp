@@ -65,6 +65,33 @@ class PlainRadix2 {
   std::vector<float> re_, im_;
 };
 
+#ifdef VSP_BENCH_HAVE_FFTW
+// FFTW's single-precision real-to-complex plan of a frame, measured.
+class FftwFrame {
+ public:
+  explicit FftwFrame(const std::vector<float>& x)
+      : n_(int(x.size())), in_(fftwf_alloc_real(n_)), bins_(fftwf_alloc_complex(n_ / 2 + 1)) {
+    plan_ = fftwf_plan_dft_r2c_1d(n_, in_, bins_, FFTW_MEASURE);
+    for (int i = 0; i < n_; ++i) in_[i] = x[i];
+  }
+  ~FftwFrame() {
+    fftwf_destroy_plan(plan_);
+    fftwf_free(in_);
+    fftwf_free(bins_);
+  }
+  const float* run() {
+    fftwf_execute(plan_);
+    return reinterpret_cast<const float*>(bins_);
+  }
+
+ private:
+  int n_;
+  float* in_;
+  fftwf_complex* bins_;
+  fftwf_plan plan_;
+};
+#endif
+
 void BM_RealTransform(benchmark::State& st) {
   const int order = int(st.range(0)), n = 1 << order;
   const std::vector<float> x = frame(n);
@@ -83,22 +110,10 @@ void BM_RealTransform(benchmark::State& st) {
                           }) /
                           tLib;
 #ifdef VSP_BENCH_HAVE_FFTW
-  float* in = fftwf_alloc_real(n);
-  fftwf_complex* spectrum = fftwf_alloc_complex(n / 2 + 1);
-  fftwf_plan plan = fftwf_plan_dft_r2c_1d(n, in, spectrum, FFTW_MEASURE);
-  for (int i = 0; i < n; ++i) in[i] = x[i];
-  st.counters["fftw"] = vspbench::timePerCall([&] {
-                          fftwf_execute(plan);
-                          benchmark::DoNotOptimize(spectrum);
-                        }) /
-                        tLib;
+  FftwFrame fftw(x);
+  st.counters["fftw"] = vspbench::timePerCall([&] { benchmark::DoNotOptimize(fftw.run()); }) / tLib;
 #endif
   for (auto _ : st) lib();
-#ifdef VSP_BENCH_HAVE_FFTW
-  fftwf_destroy_plan(plan);
-  fftwf_free(in);
-  fftwf_free(spectrum);
-#endif
   vsp::fftSpecFree(spec);
 }
 BENCHMARK(BM_RealTransform)->DenseRange(8, 11)->ArgName("order");
@@ -151,23 +166,14 @@ void BM_EvalFBank_32f(benchmark::State& st) {
                          }) /
                          tLib;
 #ifdef VSP_BENCH_HAVE_FFTW
-  float* in = fftwf_alloc_real(n);
-  fftwf_complex* bins = fftwf_alloc_complex(n / 2 + 1);
-  fftwf_plan plan = fftwf_plan_dft_r2c_1d(n, in, bins, FFTW_MEASURE);
-  for (int i = 0; i < n; ++i) in[i] = x[i];
+  FftwFrame fftw(x);
   st.counters["fftw"] = vspbench::timePerCall([&] {
-                          fftwf_execute(plan);
-                          peer.apply(reinterpret_cast<const float*>(bins), out.data());
+                          peer.apply(fftw.run(), out.data());
                           benchmark::DoNotOptimize(out.data());
                         }) /
                         tLib;
 #endif
   for (auto _ : st) lib();
-#ifdef VSP_BENCH_HAVE_FFTW
-  fftwf_destroy_plan(plan);
-  fftwf_free(in);
-  fftwf_free(bins);
-#endif
   vspsFBankFree_32f(bank);
 }
 BENCHMARK(BM_EvalFBank_32f);

@@ -163,6 +163,74 @@ VspStatus transform(FftKind kind, const float* src, float* dst, const VspFftSpec
                        factorOf(spec, kind));
 }
 
+// The two kinds of object, for the functions that treat them alike.
+struct Kind32f {
+  using Spec = VspFftSpec_32f;
+  static constexpr int32_t kTag = kFftTag32f;
+  static int64_t specBytes(int32_t order) { return specBytes32f(order); }
+  static int64_t workBytes(int32_t order) { return workBytes32f(order); }
+  static Spec* build(void* m, int32_t order, int32_t flag, int32_t hint, int32_t owned) {
+    return build32f(m, order, flag, hint, owned);
+  }
+  static void retire(Spec*) {}
+};
+struct Kind16s {
+  using Spec = VspFftSpec_16s;
+  static constexpr int32_t kTag = kFftTag16s;
+  static int64_t specBytes(int32_t order) { return specBytes16s(order); }
+  static int64_t workBytes(int32_t order) { return workBytes16s(order); }
+  static Spec* build(void* m, int32_t order, int32_t flag, int32_t hint, int32_t owned) {
+    return build16s(m, order, flag, hint, owned);
+  }
+  // The inner object lives in the same block: releasing it only clears its tag.
+  static void retire(Spec* s) { fftSpecFree(s->inner); }
+};
+
+template <class K>
+VspStatus specGetSize(int32_t order, int32_t normFlag, int32_t, int32_t* specSize,
+                      int32_t* initBufferSize, int32_t* workSize) {
+  if (anyNull(specSize, initBufferSize, workSize)) return vspStatusNullPointer;
+  const VspStatus st = checkOrderAndFlag(order, normFlag);
+  if (st != vspStatusOk) return st;
+  *specSize = int32_t(K::specBytes(order));
+  *initBufferSize = 0;
+  *workSize = int32_t(K::workBytes(order));
+  return vspStatusOk;
+}
+
+// In caller memory, or (`own`) in a vspMalloc block that the object owns.
+template <class K>
+VspStatus specInit(typename K::Spec** specOut, int32_t order, int32_t normFlag, int32_t hint,
+                   void* memory, bool own) {
+  if (!specOut || (!own && !memory)) return vspStatusNullPointer;
+  const VspStatus st = checkOrderAndFlag(order, normFlag);
+  if (st != vspStatusOk) return st;
+  if (own) memory = vspMalloc(size_t(K::specBytes(order)));
+  if (!memory) return vspStatusNoMemory;
+  *specOut = K::build(memory, order, normFlag, hint, own ? 1 : 0);
+  return vspStatusOk;
+}
+
+template <class K>
+VspStatus specGetWorkSize(const typename K::Spec* spec, int32_t* workSize) {
+  if (anyNull(spec, workSize)) return vspStatusNullPointer;
+  if (spec->tag != K::kTag) return vspStatusBadContext;
+  *workSize = spec->workSize;
+  return vspStatusOk;
+}
+
+// Clears the tag; frees the block if the object owns it (vspMalloc blocks are
+// 64-byte aligned, so the object stands at the start of its block).
+template <class K>
+VspStatus specFree(typename K::Spec* spec) {
+  if (!spec) return vspStatusNullPointer;
+  if (spec->tag != K::kTag) return vspStatusBadContext;
+  spec->tag = 0;
+  K::retire(spec);
+  if (spec->owned == 1) vspFree(spec);
+  return vspStatusOk;
+}
+
 // Round to nearest, ties to even, saturating; NaN (from an infinite scale
 // times a zero bin) gives 0.
 inline int32_t roundEvenSat32(float v) {
@@ -210,56 +278,6 @@ VspStatus fftTransformOnPath(FftPath path, FftKind kind, const float* src, float
   return transformWith(path, kind, src, dst, spec, nullptr, factorOf(spec, kind));
 }
 
-// ---- Float objects -----------------------------------------------------------------
-
-VspStatus fftSpecGetSize(int32_t order, int32_t normFlag, int32_t, int32_t* specSize,
-                         int32_t* initBufferSize, int32_t* workSize) {
-  if (anyNull(specSize, initBufferSize, workSize)) return vspStatusNullPointer;
-  const VspStatus st = checkOrderAndFlag(order, normFlag);
-  if (st != vspStatusOk) return st;
-  *specSize = int32_t(specBytes32f(order));
-  *initBufferSize = 0;
-  *workSize = int32_t(workBytes32f(order));
-  return vspStatusOk;
-}
-
-VspStatus fftSpecInit(VspFftSpec_32f** specOut, int32_t order, int32_t normFlag, int32_t hint,
-                      void* specMemory, void*) {
-  if (anyNull(specOut, specMemory)) return vspStatusNullPointer;
-  const VspStatus st = checkOrderAndFlag(order, normFlag);
-  if (st != vspStatusOk) return st;
-  *specOut = build32f(specMemory, order, normFlag, hint, 0);
-  return vspStatusOk;
-}
-
-VspStatus fftSpecInitAlloc(VspFftSpec_32f** specOut, int32_t order, int32_t normFlag,
-                           int32_t hint) {
-  if (!specOut) return vspStatusNullPointer;
-  const VspStatus st = checkOrderAndFlag(order, normFlag);
-  if (st != vspStatusOk) return st;
-  void* block = vspMalloc(size_t(specBytes32f(order)));
-  if (!block) return vspStatusNoMemory;
-  *specOut = build32f(block, order, normFlag, hint, 1);
-  return vspStatusOk;
-}
-
-VspStatus fftSpecGetWorkSize(const VspFftSpec_32f* spec, int32_t* workSize) {
-  if (anyNull(spec, workSize)) return vspStatusNullPointer;
-  if (spec->tag != kFftTag32f) return vspStatusBadContext;
-  *workSize = spec->workSize;
-  return vspStatusOk;
-}
-
-VspStatus fftSpecFree(VspFftSpec_32f* spec) {
-  if (!spec) return vspStatusNullPointer;
-  if (spec->tag != kFftTag32f) return vspStatusBadContext;
-  spec->tag = 0;
-  if (spec->owned == 1)
-    vspFree(spec);  // vspMalloc blocks are 64-byte aligned: the object is
-                    // at the start of its block
-  return vspStatusOk;
-}
-
 // ---- Float transforms ------------------------------------------------------------------
 
 VspStatus fftForwardComplexForm(const float* src, float* dst, const VspFftSpec_32f* spec,
@@ -292,54 +310,41 @@ VspStatus fftMagnitude(const float* complexSrc, float* dst, int32_t count) {
   return vspStatusOk;
 }
 
-// ---- 16-bit objects --------------------------------------------------------------------
+// ---- Objects -----------------------------------------------------------------------------
 
-VspStatus fftSpecGetSize_16s(int32_t order, int32_t normFlag, int32_t, int32_t* specSize,
-                             int32_t* initBufferSize, int32_t* workSize) {
-  if (anyNull(specSize, initBufferSize, workSize)) return vspStatusNullPointer;
-  const VspStatus st = checkOrderAndFlag(order, normFlag);
-  if (st != vspStatusOk) return st;
-  *specSize = int32_t(specBytes16s(order));
-  *initBufferSize = 0;
-  *workSize = int32_t(workBytes16s(order));
-  return vspStatusOk;
+VspStatus fftSpecGetSize(int32_t order, int32_t normFlag, int32_t hint, int32_t* specSize,
+                         int32_t* initBufferSize, int32_t* workSize) {
+  return specGetSize<Kind32f>(order, normFlag, hint, specSize, initBufferSize, workSize);
 }
+VspStatus fftSpecInit(VspFftSpec_32f** specOut, int32_t order, int32_t normFlag, int32_t hint,
+                      void* specMemory, void*) {
+  return specInit<Kind32f>(specOut, order, normFlag, hint, specMemory, false);
+}
+VspStatus fftSpecInitAlloc(VspFftSpec_32f** specOut, int32_t order, int32_t normFlag,
+                           int32_t hint) {
+  return specInit<Kind32f>(specOut, order, normFlag, hint, nullptr, true);
+}
+VspStatus fftSpecGetWorkSize(const VspFftSpec_32f* spec, int32_t* workSize) {
+  return specGetWorkSize<Kind32f>(spec, workSize);
+}
+VspStatus fftSpecFree(VspFftSpec_32f* spec) { return specFree<Kind32f>(spec); }
 
+VspStatus fftSpecGetSize_16s(int32_t order, int32_t normFlag, int32_t hint, int32_t* specSize,
+                             int32_t* initBufferSize, int32_t* workSize) {
+  return specGetSize<Kind16s>(order, normFlag, hint, specSize, initBufferSize, workSize);
+}
 VspStatus fftSpecInit_16s(VspFftSpec_16s** specOut, int32_t order, int32_t normFlag, int32_t hint,
                           void* specMemory, void*) {
-  if (anyNull(specOut, specMemory)) return vspStatusNullPointer;
-  const VspStatus st = checkOrderAndFlag(order, normFlag);
-  if (st != vspStatusOk) return st;
-  *specOut = build16s(specMemory, order, normFlag, hint, 0);
-  return vspStatusOk;
+  return specInit<Kind16s>(specOut, order, normFlag, hint, specMemory, false);
 }
-
 VspStatus fftSpecInitAlloc_16s(VspFftSpec_16s** specOut, int32_t order, int32_t normFlag,
                                int32_t hint) {
-  if (!specOut) return vspStatusNullPointer;
-  const VspStatus st = checkOrderAndFlag(order, normFlag);
-  if (st != vspStatusOk) return st;
-  void* block = vspMalloc(size_t(specBytes16s(order)));
-  if (!block) return vspStatusNoMemory;
-  *specOut = build16s(block, order, normFlag, hint, 1);
-  return vspStatusOk;
+  return specInit<Kind16s>(specOut, order, normFlag, hint, nullptr, true);
 }
-
 VspStatus fftSpecGetWorkSize_16s(const VspFftSpec_16s* spec, int32_t* workSize) {
-  if (anyNull(spec, workSize)) return vspStatusNullPointer;
-  if (spec->tag != kFftTag16s) return vspStatusBadContext;
-  *workSize = spec->workSize;
-  return vspStatusOk;
+  return specGetWorkSize<Kind16s>(spec, workSize);
 }
-
-VspStatus fftSpecFree_16s(VspFftSpec_16s* spec) {
-  if (!spec) return vspStatusNullPointer;
-  if (spec->tag != kFftTag16s) return vspStatusBadContext;
-  spec->tag = 0;
-  fftSpecFree(spec->inner);  // lives in the same block: this only clears its tag
-  if (spec->owned == 1) vspFree(spec);
-  return vspStatusOk;
-}
+VspStatus fftSpecFree_16s(VspFftSpec_16s* spec) { return specFree<Kind16s>(spec); }
 
 // ---- The integer front end --------------------------------------------------------------
 

@@ -54,28 +54,16 @@ inline __m128 magnitude4(__m128 re, __m128 im) {
   const __m256d r = _mm256_cvtps_pd(re), i = _mm256_cvtps_pd(im);
   return _mm256_cvtpd_ps(_mm256_sqrt_pd(_mm256_add_pd(_mm256_mul_pd(r, r), _mm256_mul_pd(i, i))));
 }
+inline V8 magnitudes(V8 re, V8 im) {
+  const __m128 lo = magnitude4(_mm256_castps256_ps128(re.v), _mm256_castps256_ps128(im.v));
+  const __m128 hi = magnitude4(_mm256_extractf128_ps(re.v, 1), _mm256_extractf128_ps(im.v, 1));
+  return {_mm256_insertf128_ps(_mm256_castps128_ps256(lo), hi, 1)};
+}
 
 }  // namespace
 
 #define VSP_FFT_VECTOR V8
 #include "frontend/simd/fft_kernels_impl.h"
-
-void fftMagnitudePairs(const float* src, float* dst, int64_t count) {
-  int64_t k = 0;
-  for (; k + 8 <= count; k += 8) {
-    V8 re, im;
-    loadDeinterleave2(src + 2 * k, re, im);
-    const __m128 lo = magnitude4(_mm256_castps256_ps128(re.v), _mm256_castps256_ps128(im.v));
-    const __m128 hi = magnitude4(_mm256_extractf128_ps(re.v, 1), _mm256_extractf128_ps(im.v, 1));
-    _mm256_storeu_ps(dst + k, _mm256_insertf128_ps(_mm256_castps128_ps256(lo), hi, 1));
-  }
-  for (; k < count; ++k) {
-    const __m128d re = _mm_cvtss_sd(_mm_setzero_pd(), _mm_load_ss(src + 2 * k));
-    const __m128d im = _mm_cvtss_sd(_mm_setzero_pd(), _mm_load_ss(src + 2 * k + 1));
-    const __m128d s = _mm_add_sd(_mm_mul_sd(re, re), _mm_mul_sd(im, im));
-    _mm_store_ss(dst + k, _mm_cvtsd_ss(_mm_setzero_ps(), _mm_sqrt_sd(s, s)));
-  }
-}
 
 }  // namespace avx2
 }  // namespace vsp

@@ -70,28 +70,16 @@ inline __m256 magnitude8(__m256 re, __m256 im) {
   const __m512d r = _mm512_cvtps_pd(re), i = _mm512_cvtps_pd(im);
   return _mm512_cvtpd_ps(_mm512_sqrt_pd(_mm512_add_pd(_mm512_mul_pd(r, r), _mm512_mul_pd(i, i))));
 }
+inline V16 magnitudes(V16 re, V16 im) {
+  const __m256 lo = magnitude8(_mm512_castps512_ps256(re.v), _mm512_castps512_ps256(im.v));
+  const __m256 hi = magnitude8(_mm512_extractf32x8_ps(re.v, 1), _mm512_extractf32x8_ps(im.v, 1));
+  return {_mm512_insertf32x8(_mm512_castps256_ps512(lo), hi, 1)};
+}
 
 }  // namespace
 
 #define VSP_FFT_VECTOR V16
 #include "frontend/simd/fft_kernels_impl.h"
-
-void fftMagnitudePairs(const float* src, float* dst, int64_t count) {
-  int64_t k = 0;
-  for (; k + 16 <= count; k += 16) {
-    V16 re, im;
-    loadDeinterleave2(src + 2 * k, re, im);
-    const __m256 lo = magnitude8(_mm512_castps512_ps256(re.v), _mm512_castps512_ps256(im.v));
-    const __m256 hi = magnitude8(_mm512_extractf32x8_ps(re.v, 1), _mm512_extractf32x8_ps(im.v, 1));
-    _mm512_storeu_ps(dst + k, _mm512_insertf32x8(_mm512_castps256_ps512(lo), hi, 1));
-  }
-  for (; k < count; ++k) {
-    const __m128d re = _mm_cvtss_sd(_mm_setzero_pd(), _mm_load_ss(src + 2 * k));
-    const __m128d im = _mm_cvtss_sd(_mm_setzero_pd(), _mm_load_ss(src + 2 * k + 1));
-    const __m128d s = _mm_add_sd(_mm_mul_sd(re, re), _mm_mul_sd(im, im));
-    _mm_store_ss(dst + k, _mm_cvtsd_ss(_mm_setzero_ps(), _mm_sqrt_sd(s, s)));
-  }
-}
 
 }  // namespace avx512
 }  // namespace vsp

@@ -8,7 +8,8 @@
 //   loadDeinterleave2(p, even, odd)     2W floats into even and odd positions;
 //   storeInterleave2(p, a, b)           a[l], b[l] to p[2l], p[2l+1];
 //   storeInterleave4x1(p, a0..a3)       a_k[l] to p[4l + k];
-//   storeInterleave4x4(p, a0..a3)       a_k[4c + r] to p[16c + 4k + r] (W > 4 only).
+//   storeInterleave4x4(p, a0..a3)       a_k[4c + r] to p[16c + 4k + r] (W > 4 only);
+//   magnitudes(re, im)                  float(sqrt(double(re)^2 + double(im)^2)) a lane.
 //
 // The data run through the stages as separate real and imaginary arrays. A
 // radix-4 Stockham stage of length n and stride s reads x[q + s(p + jm)] and
@@ -111,36 +112,28 @@ void stageStrided(const float* xr, const float* xi, float* yr, float* yi, int64_
   }
 }
 
-// Stride 1, along p.
-template <class T>
-void stageFirst(const float* xr, const float* xi, float* yr, float* yi, int64_t m,
-                const float* tw) {
-  for (int64_t p = 0; p < m; p += T::W) {
-    Cx<T> y[4];
-    dft4(loadCx<T>(xr, xi, p), loadCx<T>(xr, xi, p + m), loadCx<T>(xr, xi, p + 2 * m),
-         loadCx<T>(xr, xi, p + 3 * m), y);
-    T w[6];
-    for (int c = 0; c < 6; ++c) w[c] = T::load(tw + c * m + p);
-    applyTwiddles(y, w);
-    storeInterleave4x1(yr + 4 * p, y[0].r, y[1].r, y[2].r, y[3].r);
-    storeInterleave4x1(yi + 4 * p, y[0].i, y[1].i, y[2].i, y[3].i);
-  }
-}
-
-// Stride 4, along i = q + 4p, twiddles from the repeated table.
-template <class T>
-void stageSecond(const float* xr, const float* xi, float* yr, float* yi, int64_t m,
-                 const float* tw4) {
-  const int64_t len = 4 * m;
+// The stages whose stride is narrower than a vector, along the flat index
+// i = q + s p (s = 1 or 4): the four inputs of a butterfly lie len = s m
+// apart, the twiddles come from a table of len values per component (the
+// stage's own for s = 1, the repeated one for s = 4), and the four outputs
+// are interleaved in chunks of s.
+template <class T, int Stride>
+void stageAlongRows(const float* xr, const float* xi, float* yr, float* yi, int64_t len,
+                    const float* tw) {
   for (int64_t i = 0; i < len; i += T::W) {
     Cx<T> y[4];
     dft4(loadCx<T>(xr, xi, i), loadCx<T>(xr, xi, i + len), loadCx<T>(xr, xi, i + 2 * len),
          loadCx<T>(xr, xi, i + 3 * len), y);
     T w[6];
-    for (int c = 0; c < 6; ++c) w[c] = T::load(tw4 + c * len + i);
+    for (int c = 0; c < 6; ++c) w[c] = T::load(tw + c * len + i);
     applyTwiddles(y, w);
-    storeInterleave4x4(yr + 4 * i, y[0].r, y[1].r, y[2].r, y[3].r);
-    storeInterleave4x4(yi + 4 * i, y[0].i, y[1].i, y[2].i, y[3].i);
+    if (Stride == 1) {
+      storeInterleave4x1(yr + 4 * i, y[0].r, y[1].r, y[2].r, y[3].r);
+      storeInterleave4x1(yi + 4 * i, y[0].i, y[1].i, y[2].i, y[3].i);
+    } else {
+      storeInterleave4x4(yr + 4 * i, y[0].r, y[1].r, y[2].r, y[3].r);
+      storeInterleave4x4(yi + 4 * i, y[0].i, y[1].i, y[2].i, y[3].i);
+    }
   }
 }
 
@@ -161,9 +154,9 @@ void complexTransform(const FftPlan& plan, float*& xr, float*& xi, float*& yr, f
   for (int32_t t = 0; t < plan.stageCount; ++t, n /= 4, s *= 4) {
     const int64_t m = n / 4;
     if (T::W > 1 && s == 1)
-      stageFirst<T>(xr, xi, yr, yi, m, plan.stage[t]);
+      stageAlongRows<T, 1>(xr, xi, yr, yi, m, plan.stage[t]);
     else if (T::W > 4 && s == 4)
-      stageSecond<T>(xr, xi, yr, yi, m, plan.second);
+      stageAlongRows<T, 4>(xr, xi, yr, yi, 4 * m, plan.second);
     else
       stageStrided<T>(xr, xi, yr, yi, m, s, plan.stage[t]);
     float* tr = xr;
@@ -278,7 +271,25 @@ void inverseReal(const FftPlan& plan, const float* src, float* dst, float* scrat
   for (; i < m; ++i) storeInterleave2(dst + 2 * i, V1{scale} * V1{xi[i]}, V1{scale} * V1{xr[i]});
 }
 
+// Magnitudes of W pairs in double precision; each tier supplies its
+// `magnitudes(re, im)`, the one-lane version is here.
+inline V1 magnitudes(V1 re, V1 im) {
+  const double r = re.v, i = im.v;
+  return {float(__builtin_sqrt(r * r + i * i))};
+}
+
 }  // namespace
+
+void fftMagnitudePairs(const float* src, float* dst, int64_t count) {
+  using T = VSP_FFT_VECTOR;
+  int64_t k = 0;
+  for (; k + T::W <= count; k += T::W) {
+    T re, im;
+    loadDeinterleave2(src + 2 * k, re, im);
+    magnitudes(re, im).store(dst + k);
+  }
+  for (; k < count; ++k) magnitudes(V1{src[2 * k]}, V1{src[2 * k + 1]}).store(dst + k);
+}
 
 // The unit names its vector type in VSP_FFT_VECTOR before including this file.
 void fftForwardReal(const FftPlan& plan, const float* src, float* dst, float* scratch, float scale,

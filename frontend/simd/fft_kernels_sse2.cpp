@@ -37,32 +37,20 @@ inline void storeInterleave4x1(float* p, V4 a, V4 b, V4 c, V4 d) {
 }
 inline void storeInterleave4x4(float*, V4, V4, V4, V4) {}  // stride 4 holds whole vectors
 
-// Two pairs' magnitudes in double precision.
 inline __m128d magnitude2(__m128 re, __m128 im) {
   const __m128d r = _mm_cvtps_pd(re), i = _mm_cvtps_pd(im);
   return _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(r, r), _mm_mul_pd(i, i)));
+}
+inline V4 magnitudes(V4 re, V4 im) {
+  const __m128 lo = _mm_cvtpd_ps(magnitude2(re.v, im.v));
+  const __m128 hi = _mm_cvtpd_ps(magnitude2(_mm_movehl_ps(re.v, re.v), _mm_movehl_ps(im.v, im.v)));
+  return {_mm_movelh_ps(lo, hi)};
 }
 
 }  // namespace
 
 #define VSP_FFT_VECTOR V4
 #include "frontend/simd/fft_kernels_impl.h"
-
-void fftMagnitudePairs(const float* src, float* dst, int64_t count) {
-  int64_t k = 0;
-  for (; k + 4 <= count; k += 4) {
-    V4 re, im;
-    loadDeinterleave2(src + 2 * k, re, im);
-    const __m128 lo = _mm_cvtpd_ps(magnitude2(re.v, im.v));
-    const __m128 hi =
-        _mm_cvtpd_ps(magnitude2(_mm_movehl_ps(re.v, re.v), _mm_movehl_ps(im.v, im.v)));
-    _mm_storeu_ps(dst + k, _mm_movelh_ps(lo, hi));
-  }
-  for (; k < count; ++k) {
-    const __m128 re = _mm_load_ss(src + 2 * k), im = _mm_load_ss(src + 2 * k + 1);
-    _mm_store_ss(dst + k, _mm_cvtpd_ps(magnitude2(re, im)));
-  }
-}
 
 }  // namespace sse2
 }  // namespace vsp
