@@ -2,6 +2,7 @@
 // every order from 0 to 14 in both forms, the inverse round trip, every
 // kernel path against the scalar one, the integer front end and the
 // objects' statuses.
+#include <array>
 #include <cmath>
 #include <complex>
 #include <vector>
@@ -122,25 +123,22 @@ TEST(Fft, NormalisationFlagsAndRoundTrip) {
   for (int order : {0, 1, 2, 3, 5, 6, 9, 12}) {
     const size_t n = size_t(1) << order;
     const std::vector<float> x = randomFrame(n, 31 + order);
-    SCOPED_TRACE("order " + std::to_string(order));
     std::vector<float> plain(n), there(n), back(n);
     Spec none(order, 8);
     ASSERT_EQ(vsp::fftForwardHalfComplex(x.data(), plain.data(), none.s, nullptr), vspStatusOk);
-    struct Case {
-      int flag;
-      double forward, inverse;
-    };
     const double rn = 1.0 / double(n), rs = 1.0 / std::sqrt(double(n));
-    for (const Case& c : {Case{1, rn, 1.0}, Case{2, 1.0, rn}, Case{4, rs, rs}, Case{8, 1.0, 1.0}}) {
-      Spec s2(order, c.flag);
-      ASSERT_EQ(vsp::fftForwardHalfComplex(x.data(), there.data(), s2.s, nullptr), vspStatusOk);
-      for (size_t i = 0; i < n; ++i)
-        EXPECT_NEAR(there[i], plain[i] * c.forward, 1e-6 * std::fabs(plain[i] * c.forward) + 1e-7);
-      ASSERT_EQ(vsp::fftInverseHalfComplex(there.data(), back.data(), s2.s, nullptr), vspStatusOk);
-      // forward then inverse multiplies by N times both factors
-      const double gain = double(n) * c.forward * c.inverse;
-      for (size_t i = 0; i < n; ++i)
-        EXPECT_NEAR(back[i], x[i] * gain, bound(order, n) * gain * 2) << "flag " << c.flag;
+    // {flag, forward factor, inverse factor}
+    for (const auto& c : {std::array<double, 3>{1, rn, 1}, {2, 1, rn}, {4, rs, rs}, {8, 1, 1}}) {
+      SCOPED_TRACE("order " + std::to_string(order) + " flag " + std::to_string(int(c[0])));
+      Spec spec(order, int(c[0]));
+      ASSERT_EQ(vsp::fftForwardHalfComplex(x.data(), there.data(), spec.s, nullptr), vspStatusOk);
+      ASSERT_EQ(vsp::fftInverseHalfComplex(there.data(), back.data(), spec.s, nullptr),
+                vspStatusOk);
+      const double gain = double(n) * c[1] * c[2];  // the round trip's factor
+      for (size_t i = 0; i < n; ++i) {
+        EXPECT_NEAR(there[i], plain[i] * c[1], 1e-6 * std::fabs(plain[i] * c[1]) + 1e-7);
+        EXPECT_NEAR(back[i], x[i] * gain, 2 * bound(order, n) * gain);
+      }
     }
   }
 }
@@ -241,14 +239,13 @@ TEST(Fft, IntegerFrontEndRoundsToEvenAndSaturates) {
       EXPECT_NEAR(dst[2 * k + 1], 8 * want[k].imag(), 1.0 + 8 * 2000 * bound(order, n));
     }
     EXPECT_EQ(dst[1], 0);
-    // Exact halves round to even: a lone sample of 3 at scale 2^-2 is 0.75
-    // in every bin, one of 2 at 2^-2 is 0.5 (to 0), one of 6 is 1.5 (to 2).
+    // Exact halves round to even: a lone sample of 2, 6 or 10 at scale 2^-2
+    // is 0.5, 1.5 or 2.5 in every bin.
     for (int v : {2, 6, 10}) {
       std::vector<int16_t> imp(n, 0);
       imp[0] = int16_t(v);
       ASSERT_EQ(vsp::fftForward_16s(imp.data(), dst.data(), s, 2, nullptr), vspStatusOk);
-      const int32_t r = v == 2 ? 0 : v == 6 ? 2 : 2;
-      for (size_t k = 0; k <= n / 2; ++k) EXPECT_EQ(dst[2 * k], r) << v << " k " << k;
+      for (size_t k = 0; k <= n / 2; ++k) EXPECT_EQ(dst[2 * k], v == 2 ? 0 : 2) << v << " " << k;
     }
     // Full scale saturates at the 32-bit limits.
     std::vector<int16_t> loud(n, -32768);
@@ -260,37 +257,23 @@ TEST(Fft, IntegerFrontEndRoundsToEvenAndSaturates) {
 }
 
 TEST(Fft, MagnitudeScaledRoundingBranches) {
-  struct Row {
-    int32_t re, im, sf, want;
-  };
-  const Row rows[] = {
-      {3, 4, 0, 5},
-      {3, 4, -3, 40},
-      {3, 4, 1, 2},  // 2.5 ties to even
-      {0, 3, 1, 2},  // 1.5 to 2
-      {0, 1, 1, 0},  // 0.5 to 0
-      {0, 5, 1, 2},  // 2.5 to 2
-      {0, 7, 1, 4},  // 3.5 to 4
-      {3, 4, 2, 1},  // 1.25
-      {1, 1, 0, 1},  // 1.414 + 0.5
-      {0, 1, -1, 2},
-      {INT32_MAX, INT32_MAX, 0, INT32_MAX},
-      {INT32_MIN, 0, 0, INT32_MAX},   // 2^31 exceeds
-      {INT32_MIN, INT32_MIN, 32, 1},  // 0.707 + 0.5
-      {INT32_MIN, INT32_MIN, 31, 1},  // 1.414 + 0.5
-      {1, 0, 32, 0},
-      {5, 0, 33, 0},
-      {5, 0, 100, 0},
-      {1, 0, -31, INT32_MAX},
-      {1, 0, -40, INT32_MAX},
-      {0, 0, -40, 0},  // below -31 as -31
-      {0, 0, -31, 0},
-  };
-  for (const Row& r : rows) {
-    const int32_t src[2] = {r.re, r.im};
+  // re, im, scaleFactor, result: up to 0 half up and saturated, 1 to 32
+  // ties to even, from 33 zeros, below -31 as -31.
+  const int32_t rows[] = {
+      3,  4,   0,         5,         3,         4,         -3,  40,        3,
+      4,  1,   2,         0,         3,         1,         2,   0,         1,
+      1,  0,   0,         5,         1,         2,         0,   7,         1,
+      4,  3,   4,         2,         1,         1,         1,   0,         1,
+      0,  1,   -1,        2,         INT32_MAX, INT32_MAX, 0,   INT32_MAX, INT32_MIN,
+      0,  0,   INT32_MAX, INT32_MIN, INT32_MIN, 32,        1,   INT32_MIN, INT32_MIN,
+      31, 1,   1,         0,         32,        0,         5,   0,         33,
+      0,  5,   0,         100,       0,         1,         0,   -31,       INT32_MAX,
+      1,  0,   -40,       INT32_MAX, 0,         0,         -40, 0,         0,
+      0,  -31, 0};
+  for (size_t i = 0; i < sizeof rows / sizeof rows[0]; i += 4) {
     int32_t dst = -99;
-    ASSERT_EQ(vsp::fftMagnitudeScaled_32s(src, &dst, 1, r.sf), vspStatusOk);
-    EXPECT_EQ(dst, r.want) << r.re << "," << r.im << " sf " << r.sf;
+    ASSERT_EQ(vsp::fftMagnitudeScaled_32s(rows + i, &dst, 1, rows[i + 2]), vspStatusOk);
+    EXPECT_EQ(dst, rows[i + 3]) << rows[i] << "," << rows[i + 1] << " sf " << rows[i + 2];
   }
   int32_t d = 0;
   EXPECT_EQ(vsp::fftMagnitudeScaled_32s(&d, &d, 0, 0), vspStatusBadSize);
