@@ -293,21 +293,28 @@ VspStatus fftInverseHalfComplex(const float* src, float* dst, const VspFftSpec_3
   return transform(FftKind::InverseHalfComplex, src, dst, spec, work);
 }
 
-VspStatus fftMagnitude(const float* complexSrc, float* dst, int32_t count) {
+VspStatus fftMagnitudeOnPath(FftPath path, const float* complexSrc, float* dst, int32_t count) {
   if (anyNull(complexSrc, dst)) return vspStatusNullPointer;
   if (count < 1) return vspStatusBadSize;
-  switch (hostTier()) {
-    case Tier::Avx512:
+  switch (path) {
+    case FftPath::Avx512:
       avx512::fftMagnitudePairs(complexSrc, dst, count);
       break;
-    case Tier::Avx2:
+    case FftPath::Avx2:
       avx2::fftMagnitudePairs(complexSrc, dst, count);
       break;
-    default:
+    case FftPath::Sse2:
       sse2::fftMagnitudePairs(complexSrc, dst, count);
+      break;
+    default:
+      scalar::fftMagnitudePairs(complexSrc, dst, count);
       break;
   }
   return vspStatusOk;
+}
+
+VspStatus fftMagnitude(const float* complexSrc, float* dst, int32_t count) {
+  return fftMagnitudeOnPath(fftHostPath(), complexSrc, dst, count);
 }
 
 // ---- Objects -----------------------------------------------------------------------------

@@ -131,5 +131,7 @@ enum class FftKind : int { ForwardComplexForm, ForwardHalfComplex, InverseHalfCo
 // serve the length.
 VspStatus fftTransformOnPath(FftPath path, FftKind kind, const float* src, float* dst,
                              const VspFftSpec_32f* spec);
+// fftMagnitude on a chosen path (any count on any path).
+VspStatus fftMagnitudeOnPath(FftPath path, const float* complexSrc, float* dst, int32_t count);
 
 VSP_NS_END

@@ -205,15 +205,17 @@ TEST(Fft, RefusalsInTheirOrder) {
   EXPECT_EQ(vsp::fftSpecGetWorkSize(spec.s, nullptr), vspStatusNullPointer);
 }
 
-TEST(Fft, MagnitudeIsTheDoublePrecisionFormulaExactly) {
-  for (int count : lengthsAround(16)) {
-    const std::vector<float> x = randomFrame(size_t(2 * count), 900 + count);
-    Guarded<float> dst(size_t(count), 4);
-    ASSERT_EQ(vsp::fftMagnitude(x.data(), dst.data(), count), vspStatusOk);
-    EXPECT_TRUE(dst.guardsIntact());
-    for (int k = 0; k < count; ++k) {
-      const double re = x[2 * k], im = x[2 * k + 1];
-      EXPECT_EQ(dst[k], float(std::sqrt(re * re + im * im))) << "count " << count << " k " << k;
+TEST(Fft, MagnitudeIsTheDoublePrecisionFormulaExactlyOnEveryPath) {
+  for (int path = 0; path <= int(vsp::fftHostPath()); ++path) {
+    for (int count : lengthsAround(16)) {
+      const std::vector<float> x = randomFrame(size_t(2 * count), 900 + count);
+      Guarded<float> dst(size_t(count), 4);
+      ASSERT_EQ(vsp::fftMagnitudeOnPath(FftPath(path), x.data(), dst.data(), count), vspStatusOk);
+      EXPECT_TRUE(dst.guardsIntact());
+      for (int k = 0; k < count; ++k) {
+        const double re = x[2 * k], im = x[2 * k + 1];
+        EXPECT_EQ(dst[k], float(std::sqrt(re * re + im * im))) << path << " " << count << " " << k;
+      }
     }
   }
 }
