@@ -338,8 +338,9 @@ VspStatus melInit(typename P::State* state, typename P::State** stateOut, int32_
   return makeMelBank<P, false>(state, stateOut, order, fftLen, filterCount, flags, a);
 }
 
-// Checked before the pointers, which the literal order never tests at all:
-// null pointers are refused after every stated check.
+// This constructor's order of checks has no pointer step: sizes, edges and
+// flags come first even with null pointers, and a null pointer is refused
+// after them rather than written through.
 template <class P>
 VspStatus melLinInitAlloc(typename P::State** stateOut, int32_t* order, int32_t fftLen,
                           float sampleRate, float lowFreq, float highFreq, int32_t filterCount,

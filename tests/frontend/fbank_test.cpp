@@ -346,7 +346,7 @@ TEST(FBank, RefusalsInTheirOrder) {
   EXPECT_EQ(vspsMelFBankGetSize_16s(1, 1, 3, &size), vspStatusBadFilterBankFlag);
   EXPECT_EQ(vspsMelFBankGetSize_32f(INT32_MAX, 1, 2, &size), vspStatusOutOfRange);
   EXPECT_EQ(size, 0);
-  // Two constructors test no pointers: their stated checks come first even
+  // Two constructors have no pointer step: their own checks come first even
   // with null pointers, and a null pointer is refused after them.
   auto melLin = [&](VspFBankState_32f** out, int32_t* o, int32_t len, float linHi, int32_t lc,
                     int32_t flags) {
