@@ -2,8 +2,8 @@
 // and the small vector steps that prepare values for the scoring loop.
 //
 // The weighted distances run on the scoring kernels: four rows a pass, the
-// shared vector loaded once.
-// In the Gaussian pairs, variances are true variances, not inverse ones.
+// shared vector loaded once. In the Gaussian pairs, variances are true
+// variances, not inverse ones.
 #include <math.h>
 
 #include "frame/check.h"
