@@ -72,6 +72,16 @@ VSP_ALWAYS_INLINE int32_t shiftByScale32(int32_t v, int64_t n) {
   return v;
 }
 
+// The same shift with the count taken as the factor's low five bits as they
+// stand in two's complement (so -1 shifts left by 31), the direction still by
+// the factor's sign. Only families whose contract states this form use it.
+VSP_ALWAYS_INLINE int32_t shiftByScaleLow5(int32_t v, int64_t n) {
+  const uint32_t count = uint32_t(uint64_t(n)) & 31;
+  if (n > 0) return sar32(v, count);
+  if (n < 0) return shl32(v, count);
+  return v;
+}
+
 // Half-up rounding shift: adds half of the shifted-out unit, then shifts.
 // Used only where a member states a rounding term.
 VSP_ALWAYS_INLINE int64_t shiftRoundHalfUp64(int64_t v, uint32_t n) {
@@ -135,5 +145,27 @@ VSP_ALWAYS_INLINE int32_t f32ToS32Branch(float v) {
 // truncate.
 VSP_ALWAYS_INLINE double roundHalfAway(double v) { return v >= 0 ? v + 0.5 : v - 0.5; }
 VSP_ALWAYS_INLINE float roundHalfAway(float v) { return v >= 0 ? v + 0.5f : v - 0.5f; }
+
+// Round to nearest with ties to even, done by hand so that it does not depend
+// on the processor's rounding mode. Values from 2^23 (2^52) up are integers
+// already and, like infinities and NaN, come back unchanged.
+VSP_ALWAYS_INLINE float roundHalfEven(float v) {
+  if (!(v > -8388608.0f && v < 8388608.0f)) return v;
+  const int32_t i = int32_t(v);  // toward zero, exact in this range
+  const float d = v - float(i);  // exact
+  const bool odd = (i & 1) != 0;
+  if (d > 0.5f || (d == 0.5f && odd)) return float(i + 1);
+  if (d < -0.5f || (d == -0.5f && odd)) return float(i - 1);
+  return float(i);
+}
+VSP_ALWAYS_INLINE double roundHalfEven(double v) {
+  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;
+  const int64_t i = int64_t(v);
+  const double d = v - double(i);
+  const bool odd = (i & 1) != 0;
+  if (d > 0.5 || (d == 0.5 && odd)) return double(i + 1);
+  if (d < -0.5 || (d == -0.5 && odd)) return double(i - 1);
+  return double(i);
+}
 
 VSP_NS_END

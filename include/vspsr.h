@@ -627,11 +627,259 @@ VSP_API VspStatus vspsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(
 
 /* ---- Filter bank objects ------------------------------------------------- */
 
+/* Banks of overlapping triangular filters over the bins of a transform of
+ * length N: `fftLen` raised to a power of two (at least 2), whose order is
+ * written to *order. Flags: vspFBankMelWeights (centres truncated to bins,
+ * sides straight on the Mel scale) or vspFBankBinWeights (centres rounded,
+ * sides straight in bin number), optionally with vspFBankTransformInput
+ * (evaluation takes N samples and transforms them first). The Mel scale is
+ * melMul * ln(1 + f / melDiv); no constants are assumed.
+ *
+ * GetSize reports the bytes of a caller's block for Init; Init builds in it
+ * and allocates nothing; InitAlloc allocates and pairs with FBankFree. A
+ * failed InitAlloc returns vspStatusNoMemory with *stateOut holding the
+ * partly built object (or null), which FBankFree releases. */
+VSP_API VspStatus vspsMelFBankGetSize_32f(Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags,
+                                          Vsp32s* sizeBytes);
+VSP_API VspStatus vspsMelFBankGetSize_16s(Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags,
+                                          Vsp32s* sizeBytes);
+/* fftLen 32 to 8192, flags exactly vspFBankBinWeights, filterCount up to N / 2. */
+VSP_API VspStatus vspsMelFBankGetSize_32s(Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags,
+                                          Vsp32s* sizeBytes);
+VSP_API VspStatus vspsMelFBankInit_32f(VspFBankState_32f* state, Vsp32s* order, Vsp32s fftLen,
+                                       Vsp32f sampleRate, Vsp32f lowFreq, Vsp32f highFreq,
+                                       Vsp32s filterCount, Vsp32f melMul, Vsp32f melDiv,
+                                       Vsp32s flags);
+VSP_API VspStatus vspsMelFBankInit_16s(VspFBankState_16s* state, Vsp32s* order, Vsp32s fftLen,
+                                       Vsp32f sampleRate, Vsp32f lowFreq, Vsp32f highFreq,
+                                       Vsp32s filterCount, Vsp32f melMul, Vsp32f melDiv,
+                                       Vsp32s flags);
+/* Pure integer arithmetic; melMul and melDiv with 15 fraction bits. */
+VSP_API VspStatus vspsMelFBankInit_32s(VspFBankState_32s* state, Vsp32s* order, Vsp32s fftLen,
+                                       Vsp32s sampleRate, Vsp32s lowFreq, Vsp32s highFreq,
+                                       Vsp32s filterCount, Vsp32s melMul, Vsp32s melDiv,
+                                       Vsp32s flags);
+VSP_API VspStatus vspsMelFBankInitAlloc_32f(VspFBankState_32f** stateOut, Vsp32s* order,
+                                            Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                            Vsp32f highFreq, Vsp32s filterCount, Vsp32f melMul,
+                                            Vsp32f melDiv, Vsp32s flags);
+VSP_API VspStatus vspsMelFBankInitAlloc_16s(VspFBankState_16s** stateOut, Vsp32s* order,
+                                            Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                            Vsp32f highFreq, Vsp32s filterCount, Vsp32f melMul,
+                                            Vsp32f melDiv, Vsp32s flags);
+/* linearCount filters evenly in Hz from lowFreq to linearHighFreq, the rest
+ * evenly in Mel up to highFreq. */
+VSP_API VspStatus vspsMelLinFBankInitAlloc_32f(VspFBankState_32f** stateOut, Vsp32s* order,
+                                               Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                               Vsp32f highFreq, Vsp32s filterCount,
+                                               Vsp32f linearHighFreq, Vsp32s linearCount,
+                                               Vsp32f melMul, Vsp32f melDiv, Vsp32s flags);
+VSP_API VspStatus vspsMelLinFBankInitAlloc_16s(VspFBankState_16s** stateOut, Vsp32s* order,
+                                               Vsp32s fftLen, Vsp32f sampleRate, Vsp32f lowFreq,
+                                               Vsp32f highFreq, Vsp32s filterCount,
+                                               Vsp32f linearHighFreq, Vsp32s linearCount,
+                                               Vsp32f melMul, Vsp32f melDiv, Vsp32s flags);
+/* No centres and zero weights: set the centres, then the coefficients. */
+VSP_API VspStatus vspsEmptyFBankInitAlloc_32f(VspFBankState_32f** stateOut, Vsp32s* order,
+                                              Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags);
+VSP_API VspStatus vspsEmptyFBankInitAlloc_16s(VspFBankState_16s** stateOut, Vsp32s* order,
+                                              Vsp32s fftLen, Vsp32s filterCount, Vsp32s flags);
+/* For allocated banks; a bank built by Init in a caller's block is left alone. */
+VSP_API VspStatus vspsFBankFree_32f(VspFBankState_32f* state);
+VSP_API VspStatus vspsFBankFree_16s(VspFBankState_16s* state);
+/* filterCount + 2 centres: low edge, each filter's centre, high edge, as bins. */
+VSP_API VspStatus vspsFBankGetCenters_32f(const VspFBankState_32f* state, Vsp32s* centersOut);
+VSP_API VspStatus vspsFBankGetCenters_16s(const VspFBankState_16s* state, Vsp32s* centersOut);
+VSP_API VspStatus vspsFBankSetCenters_32f(VspFBankState_32f* state, const Vsp32s* centersIn);
+VSP_API VspStatus vspsFBankSetCenters_16s(VspFBankState_16s* state, const Vsp32s* centersIn);
+/* Filter `filterIndex` (from 1): its rising weights, centers[f] - centers[f-1] + 1
+ * of them, then its falling weights, centers[f+1] - centers[f]. */
+VSP_API VspStatus vspsFBankGetCoeffs_32f(const VspFBankState_32f* state, Vsp32s filterIndex,
+                                         Vsp32f* coeffsOut);
+VSP_API VspStatus vspsFBankGetCoeffs_16s(const VspFBankState_16s* state, Vsp32s filterIndex,
+                                         Vsp32f* coeffsOut);
+VSP_API VspStatus vspsFBankSetCoeffs_32f(VspFBankState_32f* state, Vsp32s filterIndex,
+                                         const Vsp32f* coeffsIn);
+VSP_API VspStatus vspsFBankSetCoeffs_16s(VspFBankState_16s* state, Vsp32s filterIndex,
+                                         const Vsp32f* coeffsIn);
+/* dst = melMul * ln(1 + src / melDiv) and its inverse, in double precision. */
+VSP_API VspStatus vspsLinearToMel_32f(const Vsp32f* src, Vsp32f* dst, Vsp32s len, Vsp32f melMul,
+                                      Vsp32f melDiv);
+VSP_API VspStatus vspsMelToLinear_32f(const Vsp32f* src, Vsp32f* dst, Vsp32s len, Vsp32f melMul,
+                                      Vsp32f melDiv);
+
 /* ---- Filter bank evaluation ---------------------------------------------- */
+
+/* One value per filter from a spectrum indexed by bin, or from N samples for
+ * a bank built with vspFBankTransformInput (magnitude spectrum; such a bank
+ * uses its own work buffer, so one thread at a time). */
+VSP_API VspStatus vspsEvalFBank_32f(const Vsp32f* src, Vsp32f* dst, VspFBankState_32f* state);
+VSP_API VspStatus vspsEvalFBank_16s_Sfs(const Vsp16s* src, Vsp16s* dst, VspFBankState_16s* state,
+                                        Vsp32s scaleFactor);
+VSP_API VspStatus vspsEvalFBank_16s32s_Sfs(const Vsp16s* src, Vsp32s* dst,
+                                           VspFBankState_16s* state, Vsp32s scaleFactor);
+/* scaleFactor from -31 to 31. */
+VSP_API VspStatus vspsEvalFBank_32s_Sfs(const Vsp32s* src, Vsp32s* dst,
+                                        const VspFBankState_32s* state, Vsp32s scaleFactor);
 
 /* ---- DCT and liftering --------------------------------------------------- */
 
+/* Cosine transform of a frame of log filter bank outputs into liftered
+ * cepstra. Row i of the table is cos((k - 0.5) * i * pi / dctLen), unscaled;
+ * output i - 1 is lifter[i] times the dot product with row i, and the C0
+ * variants put lifter[0] times the plain sum last, at dst[cepstrumLen]. */
+VSP_API VspStatus vspsDCTLifterGetSize_16s(Vsp32s dctLen, Vsp32s cepstrumLen, Vsp32s* sizeBytes);
+VSP_API VspStatus vspsDCTLifterGetSize_32f(Vsp32s dctLen, Vsp32s cepstrumLen, Vsp32s* sizeBytes);
+VSP_API VspStatus vspsDCTLifterGetSize_MulC0_16s(Vsp32s dctLen, Vsp32s cepstrumLen,
+                                                 Vsp32s* sizeBytes);
+
+VSP_API VspStatus vspsDCTLifterInit_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                        Vsp32s cepstrumLen, Vsp32s lifterLen, Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInit_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                        Vsp32s cepstrumLen, Vsp32s lifterLen, Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInit_C0_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                           Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                           Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInit_C0_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                           Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                           Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInit_Mul_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                            const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInit_Mul_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                            const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInit_MulC0_16s(VspDCTLifterState_16s* state, Vsp32s dctLen,
+                                              const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInit_MulC0_32f(VspDCTLifterState_32f* state, Vsp32s dctLen,
+                                              const Vsp32f* multipliers, Vsp32s cepstrumLen);
+
+/* On vspStatusNoMemory *stateOut already holds the partly built object (or
+ * null if the object itself could not be had); its Free releases what it got. */
+VSP_API VspStatus vspsDCTLifterInitAlloc_16s(VspDCTLifterState_16s** stateOut, Vsp32s dctLen,
+                                             Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                             Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInitAlloc_32f(VspDCTLifterState_32f** stateOut, Vsp32s dctLen,
+                                             Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                             Vsp32f lifterScale);
+VSP_API VspStatus vspsDCTLifterInitAlloc_C0_16s(VspDCTLifterState_16s** stateOut, Vsp32s dctLen,
+                                                Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                                Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInitAlloc_C0_32f(VspDCTLifterState_32f** stateOut, Vsp32s dctLen,
+                                                Vsp32s cepstrumLen, Vsp32s lifterLen,
+                                                Vsp32f lifterScale, Vsp32f c0Multiplier);
+VSP_API VspStatus vspsDCTLifterInitAlloc_Mul_16s(VspDCTLifterState_16s** stateOut, Vsp32s dctLen,
+                                                 const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInitAlloc_Mul_32f(VspDCTLifterState_32f** stateOut, Vsp32s dctLen,
+                                                 const Vsp32f* multipliers, Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInitAlloc_MulC0_16s(VspDCTLifterState_16s** stateOut,
+                                                   Vsp32s dctLen, const Vsp32f* multipliers,
+                                                   Vsp32s cepstrumLen);
+VSP_API VspStatus vspsDCTLifterInitAlloc_MulC0_32f(VspDCTLifterState_32f** stateOut,
+                                                   Vsp32s dctLen, const Vsp32f* multipliers,
+                                                   Vsp32s cepstrumLen);
+
+VSP_API VspStatus vspsDCTLifter_32f(const Vsp32f* src, Vsp32f* dst,
+                                    const VspDCTLifterState_32f* state);
+/* The 16-bit state's work buffer is written: one thread at a time. */
+VSP_API VspStatus vspsDCTLifter_16s_Sfs(const Vsp16s* src, Vsp16s* dst,
+                                        VspDCTLifterState_16s* state, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDCTLifter_32s16s_Sfs(const Vsp32s* src, Vsp16s* dst,
+                                           VspDCTLifterState_16s* state, Vsp32s scaleFactor);
+
+VSP_API VspStatus vspsDCTLifterFree_16s(VspDCTLifterState_16s* state);
+VSP_API VspStatus vspsDCTLifterFree_32f(VspDCTLifterState_32f* state);
+
 /* ---- Delta features ------------------------------------------------------ */
+
+/* Streaming derivatives. Output rows hold [static | delta] or
+ * [static | delta | deltaDelta] blocks of `width` columns, `dstStep` elements
+ * apart. With vspDeltaBegin, src row r goes to dst row r; without it, dst rows
+ * 0 upward must hold the last rows of the previous call (2 or 4 for Delta
+ * Win1/Win2, 3 or 6 for DeltaDelta, 8 for Aurora) and src row r goes behind
+ * them. Deltas trail the statics and are completed by vspDeltaEnd, which may
+ * come with `height` 0. Multipliers are rows of `width`: static, delta and,
+ * for DeltaDelta, second derivative. */
+VSP_API VspStatus vspsDelta_Win1_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                        Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                        Vsp32s mode);
+VSP_API VspStatus vspsDelta_Win1_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                           Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                           Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDelta_Win2_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                        Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                        Vsp32s mode);
+VSP_API VspStatus vspsDelta_Win2_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                           Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                           Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaMul_Win1_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                           Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                           Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaMul_Win1_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                              Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                              Vsp32s height, Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaMul_Win2_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                           Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                           Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaMul_Win2_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                              Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                              Vsp32s height, Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDelta_Win1_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                             Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                             Vsp32f deltaDeltaScale, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDelta_Win1_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                                Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                                Vsp16s deltaDeltaScale, Vsp32s mode,
+                                                Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDelta_Win2_32f_D2(const Vsp32f* src, Vsp32s width, Vsp32f* dst,
+                                             Vsp32s dstStep, Vsp32s height, Vsp32f deltaScale,
+                                             Vsp32f deltaDeltaScale, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDelta_Win2_16s_D2Sfs(const Vsp16s* src, Vsp32s width, Vsp16s* dst,
+                                                Vsp32s dstStep, Vsp32s height, Vsp16s deltaScale,
+                                                Vsp16s deltaDeltaScale, Vsp32s mode,
+                                                Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDeltaMul_Win1_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                                Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                                Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDeltaMul_Win1_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                                   Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                                   Vsp32s height, Vsp32s mode,
+                                                   Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDeltaMul_Win2_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                                Vsp32s width, Vsp32f* dst, Vsp32s dstStep,
+                                                Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDeltaMul_Win2_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                                   Vsp32s width, Vsp16s* dst, Vsp32s dstStep,
+                                                   Vsp32s height, Vsp32s mode,
+                                                   Vsp32s scaleFactor);
+
+/* Aurora: 13 columns, src rows 14 elements apart, dstStep at least 39, nine-
+ * frame regression windows taken from the statics for both derivatives. */
+VSP_API VspStatus vspsDeltaDelta_Aurora_32f_D2(const Vsp32f* src, Vsp32f* dst, Vsp32s dstStep,
+                                               Vsp32s height, Vsp32s mode);
+VSP_API VspStatus vspsDeltaDelta_Aurora_16s_D2Sfs(const Vsp16s* src, Vsp16s* dst, Vsp32s dstStep,
+                                                  Vsp32s height, Vsp32s mode, Vsp32s scaleFactor);
+VSP_API VspStatus vspsDeltaDeltaMul_Aurora_32f_D2(const Vsp32f* src, const Vsp32f* multipliers,
+                                                  Vsp32f* dst, Vsp32s dstStep, Vsp32s height,
+                                                  Vsp32s mode);
+VSP_API VspStatus vspsDeltaDeltaMul_Aurora_16s_D2Sfs(const Vsp16s* src, const Vsp16s* multipliers,
+                                                     Vsp16s* dst, Vsp32s dstStep, Vsp32s height,
+                                                     Vsp32s mode, Vsp32s scaleFactor);
+
+/* Batch deltas in place: columns offset .. offset + width - 1 of `height`
+ * rows in, columns offset + width onward out, regression over windowSize
+ * frames, the past side replaced by row 0 near the start and the future side
+ * by the last row near the end. */
+VSP_API VspStatus vspsEvalDelta_32f_D2(Vsp32f* srcDst, Vsp32s height, Vsp32s step, Vsp32s width,
+                                       Vsp32s offset, Vsp32s windowSize, Vsp32f deltaScale);
+VSP_API VspStatus vspsEvalDelta_16s_D2Sfs(Vsp16s* srcDst, Vsp32s height, Vsp32s step,
+                                          Vsp32s width, Vsp32s offset, Vsp32s windowSize,
+                                          Vsp16s deltaScale, Vsp32s scaleFactor);
+VSP_API VspStatus vspsEvalDeltaMul_32f_D2(Vsp32f* srcDst, Vsp32s height, Vsp32s step,
+                                          const Vsp32f* multipliers, Vsp32s width, Vsp32s offset,
+                                          Vsp32s windowSize);
+VSP_API VspStatus vspsEvalDeltaMul_16s_D2Sfs(Vsp16s* srcDst, Vsp32s height, Vsp32s step,
+                                             const Vsp16s* multipliers, Vsp32s width,
+                                             Vsp32s offset, Vsp32s windowSize,
+                                             Vsp32s scaleFactor);
 
 /* ===========================================================================
  * Vector quantization
