@@ -18,7 +18,6 @@ VSP_NS_BEGIN
 
 // Rows are handed to the tiers in batches of this many.
 inline constexpr int32_t kRowBatch = 64;
-inline constexpr int32_t kModelBatchX = 64;
 
 template <class In, class Acc>
 VSP_ALWAYS_INLINE void rowSums(Tier tier, const RowBatch<In, Acc>& b) {
@@ -213,14 +212,12 @@ void scoreModels(Tier tier, const Score& sc, const typename Score::In* src, Rows
   const In* mrows[kRowBatch];
   const In* vrows[kRowBatch];
   Acc init[kRowBatch], acc[kRowBatch];
-  RowBatch<In, Acc> b{&src, mrows, hasVar ? vrows : nullptr, init, acc, 0, width, true, false};
+  RowBatch<In, Acc> b{&src, nullptr, nullptr, init, acc, 0, width, true, false};
   for (int32_t k0 = 0; k0 < count; k0 += kRowBatch) {
     b.rows = count - k0 < kRowBatch ? count - k0 : kRowBatch;
-    for (int32_t i = 0; i < b.rows; ++i) {
-      mrows[i] = means[k0 + i];
-      if (hasVar) vrows[i] = vars[k0 + i];
-      init[i] = sc.init(gConsts ? gConsts[k0 + i] : G(0));
-    }
+    b.mean = batchRows(means, k0, b.rows, mrows);
+    if (hasVar) b.var = batchRows(vars, k0, b.rows, vrows);
+    for (int32_t i = 0; i < b.rows; ++i) init[i] = sc.init(gConsts ? gConsts[k0 + i] : G(0));
     Sums::run(tier, b);
     for (int32_t i = 0; i < b.rows; ++i)
       take(k0 + i, sc.score(acc[i], gConsts ? gConsts[k0 + i] : G(0)));

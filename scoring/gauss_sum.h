@@ -59,8 +59,9 @@ inline int64_t sumSqOf<int64_t, int16_t>(Tier t, const int16_t* s, const int16_t
   return sumSq16s(t, s, m, v, n);
 }
 
-// The two lane folds, shared with the block kernels (which fold four rows at
-// once, one per lane of T).
+// The two lane folds written out on eight lane sums, for scalar code that
+// must agree with the vector tiers bit for bit, and for the block kernels
+// (which fold four rows at once, one per lane of T).
 template <class T>
 VSP_ALWAYS_INLINE T foldLanes32(const T* a) {
   const T c0 = a[0] + a[4], c1 = a[1] + a[5], c2 = a[2] + a[6], c3 = a[3] + a[7];

@@ -50,6 +50,12 @@ struct F8 {
     return {_mm256_or_ps(_mm256_maskload_ps(a, mask32x8(na)), _mm256_maskload_ps(b - na, upper))};
   }
   void store(float* p) const { _mm256_storeu_ps(p, v); }
+  // Two sets of four added, then (c0 + c2) + (c1 + c3).
+  float fold() const {
+    const __m128 c = _mm_add_ps(_mm256_castps256_ps128(v), _mm256_extractf128_ps(v, 1));
+    const __m128 t = _mm_add_ps(c, _mm_movehl_ps(c, c));
+    return _mm_cvtss_f32(_mm_add_ss(t, _mm_shuffle_ps(t, t, 1)));
+  }
 };
 inline F8 operator+(F8 a, F8 b) { return {_mm256_add_ps(a.v, b.v)}; }
 inline F8 operator-(F8 a, F8 b) { return {_mm256_sub_ps(a.v, b.v)}; }
@@ -85,6 +91,13 @@ struct D8 {
   void store(double* p) const {
     _mm256_storeu_pd(p, lo);
     _mm256_storeu_pd(p + 4, hi);
+  }
+  // Four sets of two: ((s0 + s1) + (s2 + s3)), then lane 0 + lane 1.
+  double fold() const {
+    const __m128d x = _mm_add_pd(_mm256_castpd256_pd128(lo), _mm256_extractf128_pd(lo, 1));
+    const __m128d y = _mm_add_pd(_mm256_castpd256_pd128(hi), _mm256_extractf128_pd(hi, 1));
+    const __m128d z = _mm_add_pd(x, y);
+    return _mm_cvtsd_f64(_mm_add_sd(z, _mm_unpackhi_pd(z, z)));
   }
 };
 inline D8 operator+(D8 a, D8 b) { return {_mm256_add_pd(a.lo, b.lo), _mm256_add_pd(a.hi, b.hi)}; }

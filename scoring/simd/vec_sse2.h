@@ -32,6 +32,12 @@ struct F8 {
     _mm_storeu_ps(p, lo);
     _mm_storeu_ps(p + 4, hi);
   }
+  // Two sets of four added, then (c0 + c2) + (c1 + c3).
+  float fold() const {
+    const __m128 c = _mm_add_ps(lo, hi);
+    const __m128 t = _mm_add_ps(c, _mm_movehl_ps(c, c));
+    return _mm_cvtss_f32(_mm_add_ss(t, _mm_shuffle_ps(t, t, 1)));
+  }
 };
 inline F8 operator+(F8 a, F8 b) { return {_mm_add_ps(a.lo, b.lo), _mm_add_ps(a.hi, b.hi)}; }
 inline F8 operator-(F8 a, F8 b) { return {_mm_sub_ps(a.lo, b.lo), _mm_sub_ps(a.hi, b.hi)}; }
@@ -63,6 +69,11 @@ struct D8 {
   }
   void store(double* p) const {
     for (int i = 0; i < 4; ++i) _mm_storeu_pd(p + 2 * i, r[i]);
+  }
+  // Four sets of two: ((s0 + s1) + (s2 + s3)), then lane 0 + lane 1.
+  double fold() const {
+    const __m128d z = _mm_add_pd(_mm_add_pd(r[0], r[1]), _mm_add_pd(r[2], r[3]));
+    return _mm_cvtsd_f64(_mm_add_sd(z, _mm_unpackhi_pd(z, z)));
   }
 };
 #define VSP_D8_OP(op, fn)                                                                      \
