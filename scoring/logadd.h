@@ -165,10 +165,10 @@ VSP_ALWAYS_INLINE double add64(double a, double b) { return pairStep<Poly64, Flo
 // T0[k] is ln(1 + exp(-k * h)) in single precision. T2[k] makes the parabola
 // exact at the middle of its interval: 4 * (mean of the end values - the
 // value at the middle), computed in 50-digit decimal arithmetic and rounded
-// to single; rows 1, 2, 31, 62, 63 and 64 hold the published curvature
+// to single; rows 1, 2, 31, 62, 63 and 64 hold fixed curvature
 // values (the fit reproduces five of them bit for bit and row 62 within one
 // unit in the last place). The worst absolute error of the path is about
-// 1.1e-5 (at d near -1.39), against 1e-7 for the polynomials.
+// 1.1e-5 (at d near -1.39), against 5e-9 for the polynomial.
 //
 // Row 0 is ln 2 and never used. Row 65 extends the table by one interval:
 // with the integer members' strict cut-off test, d can sit exactly on -64 h

@@ -245,7 +245,7 @@ struct SelectData {
   const T* frame(int f) const { return &obs[size_t(f) * step]; }
 };
 
-// The stated procedure, through the public single-observation kernel and
+// The procedure written out, through the public single-observation kernel and
 // the one-element log-add: the first hit stores, later hits log-add, a frame
 // without hits gets noSelectionScore.
 template <class T>
