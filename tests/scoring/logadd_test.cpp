@@ -1,242 +1,157 @@
-// Log-domain addition, subtraction and sums: accuracy against long double,
-// floors and cut-offs, the integer peculiarities, checks and their order.
+// Log-domain addition, subtraction and sums: accuracy against long double
+// over the whole difference, the stated floors and table, the integer forms,
+// and the size-before-pointer order of checks.
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <vector>
 
 #include "scoring/logadd.h"
-#include "support/harness.h"
+#include "scoring/rows_reference.h"
 
 namespace {
 
 using namespace vsptest;
-using LD = long double;
 
-LD refAdd(LD a, LD b) {
-  const LD hi = std::max(a, b), lo = std::min(a, b);
-  return hi + log1pl(expl(lo - hi));
-}
+LD refAdd(LD a, LD b) { return std::max(a, b) + log1pl(expl(-fabsl(a - b))); }
 
 // Worst absolute errors of the two approximations of ln(1 + exp(d)) over the
-// whole difference range, found by a dense scan: properties of the
-// coefficients and of the table.
-constexpr double kPoly32Bound = 5e-9;
-constexpr double kPoly64Bound = 6e-15;
-constexpr double kTableBound = 1.1e-5;
-constexpr double kCut32 = -15.3195879547406;
-constexpr double kCut64 = -23.0258509299405;
+// difference, found by a dense scan: properties of the coefficients and of
+// the table.
+constexpr double kPoly32 = 5e-9, kPoly64 = 6e-15, kTable = 1.1e-5;
+constexpr double kCut32 = -15.3195879547406, kCut64 = -23.0258509299405;
 
 template <class T>
 double ulp(T v) {
-  const T a = std::fabs(v);
-  return double(std::nextafter(a, std::numeric_limits<T>::infinity()) - a);
+  return double(std::nextafter(std::fabs(v), std::numeric_limits<T>::infinity()) - std::fabs(v));
+}
+// One element through a log-add member: b becomes the log-sum of a and b.
+template <class T, class F, class... A>
+T one(F f, T a, T b, A... args) {
+  EXPECT_EQ(f(&a, &b, 1, args...), vspStatusOk);
+  return b;
 }
 
 // ---- Accuracy over the whole range of the difference ---------------------------
 //
-// Each case runs one member on pairs (hi, hi + d) and reports, per pair, the
-// operands as the member saw them (in real units), the result and the unit
-// of its rounding.
-struct Pairs {
-  std::vector<double> a, b, r, unit;
-};
+// Each member as a step on reals: it rounds the operands to what the member
+// takes (in place) and gives the result and its unit of rounding.
+template <VspHint H>
+double step32(double& a, double& b, double& unit) {
+  a = float(a), b = float(b);
+  const float r = one(vspsLogAdd_32f, float(a), float(b), H);
+  return unit = ulp(r), r;
+}
+template <VspHint H>
+double step64(double& a, double& b, double& unit) {
+  const double r = one(vspsLogAdd_64f, a, b, H);
+  return unit = 4 * ulp(r), r;
+}
+// 32-bit integers with 20 fractional bits: exact operands, results truncated
+// to a unit of 2^-20.
+template <VspHint H>
+double step32s(double& a, double& b, double& unit) {
+  unit = std::ldexp(1.0, -20);
+  const Vsp32s x = Vsp32s(std::floor(a / unit)), y = Vsp32s(std::floor(b / unit));
+  a = x * unit, b = y * unit;
+  return one(vspsLogAdd_32s_Sfs, x, y, 20, H) * unit;
+}
 struct AccuracyCase {
   const char* name;
   double bound, cut;
-  void (*run)(Pairs&);
+  double (*step)(double&, double&, double&);
 };
-
-template <class T, VspStatus (*F)(const T*, T*, Vsp32s, VspHint), VspHint H>
-void runFloat(Pairs& p) {
-  const size_t n = p.a.size();
-  std::vector<T> src(p.a.begin(), p.a.end()), sd(p.b.begin(), p.b.end());
-  p.a.assign(src.begin(), src.end());
-  p.b.assign(sd.begin(), sd.end());
-  ASSERT_EQ(F(src.data(), sd.data(), Vsp32s(n), H), vspStatusOk);
-  for (size_t i = 0; i < n; ++i) p.r[i] = sd[i], p.unit[i] = ulp(sd[i]) * (sizeof(T) == 8 ? 4 : 1);
-}
-
-// 32-bit integers with 20 fractional bits: exact real operands, results
-// truncated to a unit of 2^-20.
-template <VspHint H>
-void runInt(Pairs& p) {
-  const size_t n = p.a.size();
-  const double unit = std::ldexp(1.0, -20);
-  std::vector<Vsp32s> src(n), sd(n);
-  for (size_t i = 0; i < n; ++i) {
-    src[i] = Vsp32s(std::floor(p.a[i] / unit)), sd[i] = Vsp32s(std::floor(p.b[i] / unit));
-    p.a[i] = src[i] * unit, p.b[i] = sd[i] * unit;
-  }
-  ASSERT_EQ(vspsLogAdd_32s_Sfs(src.data(), sd.data(), Vsp32s(n), 20, H), vspStatusOk);
-  for (size_t i = 0; i < n; ++i) p.r[i] = sd[i] * unit, p.unit[i] = unit;
-}
-
 class LogAddAccuracy : public ::testing::TestWithParam<AccuracyCase> {};
 
+// Differences from 1.2 times the cut-off up to 0, alternately in the first and
+// the second operand. Past the cut-off the result is the larger operand,
+// ln(1 + e^cut) away.
 TEST_P(LogAddAccuracy, WithinTheApproximationBoundOverTheWholeDifference) {
   const AccuracyCase& c = GetParam();
-  for (double hi : {0.0, -3.25, 17.5, -1000.0}) {
-    SCOPED_TRACE(hi);
-    const int n = 60001;
-    Pairs p{std::vector<double>(n), std::vector<double>(n), std::vector<double>(n),
-            std::vector<double>(n)};
-    // Differences from 1.2 times the cut-off up to 0, alternately in the first
-    // and the second operand.
+  const int n = 60001;
+  for (double hi : {0.0, -3.25, 17.5, -1000.0})
     for (int i = 0; i < n; ++i) {
       const double d = 1.2 * c.cut * i / (n - 1);
-      p.a[i] = i % 2 ? hi : hi + d;
-      p.b[i] = i % 2 ? hi + d : hi;
+      double a = i % 2 ? hi : hi + d, b = i % 2 ? hi + d : hi, unit = 0;
+      const double r = c.step(a, b, unit);
+      ASSERT_LE(double(fabsl(r - refAdd(a, b))), c.bound + std::exp(c.cut) + unit) << a << " " << b;
     }
-    c.run(p);
-    for (int i = 0; i < n; ++i) {
-      // Past the cut-off the result is the larger operand, ln(1 + e^cut) away.
-      const double err = double(fabsl(LD(p.r[i]) - refAdd(p.a[i], p.b[i])));
-      ASSERT_LE(err, c.bound + std::exp(c.cut) + p.unit[i]) << p.a[i] << " " << p.b[i];
-    }
-  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Members, LogAddAccuracy,
-    ::testing::Values(
-        AccuracyCase{"32f_poly", kPoly32Bound, kCut32, runFloat<float, vspsLogAdd_32f, 0>},
-        AccuracyCase{"32f_accurate", kPoly32Bound, kCut32, runFloat<float, vspsLogAdd_32f, 2>},
-        AccuracyCase{"32f_table", kTableBound, kCut32, runFloat<float, vspsLogAdd_32f, 1>},
-        AccuracyCase{"64f_poly", kPoly64Bound, kCut64, runFloat<double, vspsLogAdd_64f, 0>},
-        AccuracyCase{"64f_fast", kPoly64Bound, kCut64, runFloat<double, vspsLogAdd_64f, 1>},
-        AccuracyCase{"32s_poly", kPoly32Bound, kCut32, runInt<0>},
-        AccuracyCase{"32s_table", kTableBound, kCut32, runInt<1>}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Members, LogAddAccuracy,
+                         ::testing::Values(AccuracyCase{"32f_poly", kPoly32, kCut32, step32<0>},
+                                           AccuracyCase{"32f_accurate", kPoly32, kCut32, step32<2>},
+                                           AccuracyCase{"32f_table", kTable, kCut32, step32<1>},
+                                           AccuracyCase{"64f_poly", kPoly64, kCut64, step64<0>},
+                                           AccuracyCase{"64f_fast", kPoly64, kCut64, step64<1>},
+                                           AccuracyCase{"32s_poly", kPoly32, kCut32, step32s<0>},
+                                           AccuracyCase{"32s_table", kTable, kCut32, step32s<1>}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
-// The bounds above hold for the pair step itself, in double, over a dense
-// scan of the difference (the member tests add their result rounding).
-TEST(LogAddPaths, WorstErrorsOverTheDifference) {
-  using namespace vsp::logadd;
-  double poly32 = 0, poly64 = 0, table = 0;
-  for (int i = 0; i <= 400000; ++i) {
-    const double d32 = kCut32 * i / 400000, d64 = kCut64 * i / 400000;
-    const LD r32 = log1pl(expl(d32)), r64 = log1pl(expl(d64));
-    poly32 = std::max(poly32, double(fabsl(pairStep<Poly32, NoFloor>(0.0, d32) - r32)));
-    poly64 = std::max(poly64, double(fabsl(pairStep<Poly64, NoFloor>(d64, 0.0) - r64)));
-    table = std::max(table, double(fabsl(tableStepReal(0.0, d32) - r32)));
-  }
-  EXPECT_LT(poly32, kPoly32Bound);
-  EXPECT_LT(poly64, kPoly64Bound);
-  EXPECT_LT(table, kTableBound);
-  EXPECT_GT(table, 0.9e-5);  // the comment's figure is the real one
-}
-
-TEST(LogAddPaths, TableRows) {
-  // The fixed curvature rows.
+// The table: T0 is ln(1 + exp(-k h)) in single precision, T1 the chord, and
+// the stated curvature rows.
+TEST(LogAddTable, RowsAndTheLastInterval) {
+  using vsp::logadd::kTable;
   const std::pair<int, float> fixed[] = {{1, 0.0071323663f},   {2, 0.0069324546f},
                                          {31, 1.9335826e-05f}, {62, 1.1595803e-08f},
                                          {63, 9.1273451e-09f}, {64, 7.1843598e-09f}};
-  for (auto [k, v] : fixed) EXPECT_EQ(vsp::logadd::kTable[k].t2, v) << k;
-  EXPECT_EQ(vsp::logadd::kTable[0].t0, 0.6931471824645996f);
+  for (auto [k, v] : fixed) EXPECT_EQ(kTable[k].t2, v) << k;
+  EXPECT_EQ(kTable[0].t0, 0.6931471824645996f);
   for (int k = 1; k < vsp::logadd::kTableRows; ++k) {
-    EXPECT_EQ(vsp::logadd::kTable[k].t0, float(std::log1p(std::exp(-k * kCut32 / -64)))) << k;
-    EXPECT_EQ(vsp::logadd::kTable[k].t1, vsp::logadd::kTable[k - 1].t0 - vsp::logadd::kTable[k].t0);
+    EXPECT_EQ(kTable[k].t0, float(std::log1p(std::exp(k * kCut32 / 64)))) << k;
+    EXPECT_EQ(kTable[k].t1, kTable[k - 1].t0 - kTable[k].t0) << k;
   }
+  // With the integer members' strict cut-off a difference can sit on the last
+  // row's left end: differences within a few units of the cut-off (28
+  // fractional bits) give the larger operand plus a tiny term.
+  const int64_t span = std::llround(-kCut32 * std::ldexp(1.0, 28));
+  for (int64_t delta = span - 40; delta <= span + 40; ++delta)
+    EXPECT_GE(one<Vsp32s>(vspsLogAdd_32s_Sfs, INT32_MAX, Vsp32s(INT32_MAX - delta), 28, 1),
+              INT32_MAX - 1)
+        << delta;
 }
 
-// With the strict cut-off of the integer members a difference on the last
-// row's left end asks for row 65; single precision never gets there.
-TEST(LogAddTable, NeverIndexesPastTheTable) {
-  EXPECT_EQ(vsp::logadd::tableRow(-kCut32 * vsp::logadd::kInvStep64), 65);
-  EXPECT_EQ(vsp::logadd::tableRow(std::numeric_limits<double>::quiet_NaN()), 65);
-  EXPECT_EQ(vsp::logadd::tableRow(-0.0f), 1);
-  EXPECT_NEAR(vsp::logadd::tableStepReal(0.0, kCut32), vsp::logadd::kTable[64].t0, 1e-12);
-  EXPECT_LE(vsp::logadd::tableRow(-std::nextafter(float(kCut32), 0.0f) * vsp::logadd::kInvStep32),
-            64);
-  // Integer pairs whose difference lies within a few units of the cut-off
-  // (28 fractional bits): every result is the larger operand plus a tiny term.
-  const double unit = std::ldexp(1.0, -28);
-  const int64_t span = int64_t(std::llround(-kCut32 / unit));
-  for (int64_t delta = span - 40; delta <= span + 40; ++delta) {
-    Vsp32s src = INT32_MAX, sd = Vsp32s(int64_t(INT32_MAX) - delta);
-    ASSERT_EQ(vspsLogAdd_32s_Sfs(&src, &sd, 1, 28, vspHintFast), vspStatusOk);
-    EXPECT_GE(sd, INT32_MAX - 1) << delta;
-  }
-}
+// ---- Floors, hints, the integer forms ------------------------------------------------
 
-// ---- Floors, cut-offs, hints, the integer forms ------------------------------------
-
-TEST(LogAdd, StatedEdgeResults) {
-  float a32 = 3.5f, b32 = 3.5f;
-  EXPECT_EQ(vspsLogAdd_32f(&a32, &b32, 1, vspHintDefault), vspStatusOk);
-  EXPECT_EQ(b32, float(3.5 + 0.6931471827215062));
-  double a64 = 3.5, b64 = 3.5;
-  EXPECT_EQ(vspsLogAdd_64f(&a64, &b64, 1, vspHintAccurate), vspStatusOk);
-  EXPECT_EQ(b64, 3.5 + 0.6931471805599475);
-
-  // The 32f floor lifts the result above both operands ...
-  a32 = -1e7f, b32 = -2e7f;
-  vspsLogAdd_32f(&a32, &b32, 1, vspHintDefault);
-  EXPECT_EQ(b32, -4.5e6f);
-  a32 = -1e7f, b32 = -2e7f;
-  vspsLogAdd_32f(&a32, &b32, 1, vspHintFast);
-  EXPECT_EQ(b32, -4.5e6f);
-  // ... the 64f one may lower it: -1e10 stands for anything below -9e9.
-  a64 = -9.5e9, b64 = -5e10;
-  vspsLogAdd_64f(&a64, &b64, 1, vspHintDefault);
-  EXPECT_EQ(b64, -1e10);
-  a64 = -9.1e9 - 100, b64 = -9.1e9;
-  vspsLogAdd_64f(&a64, &b64, 1, vspHintDefault);
-  EXPECT_EQ(b64, -1e10);
-  a64 = -8.9e9 - 100, b64 = -8.9e9;
-  vspsLogAdd_64f(&a64, &b64, 1, vspHintDefault);
-  EXPECT_EQ(b64, -8.9e9);
-
+TEST(LogAdd, StatedResults) {
+  // Equal operands: neither constant is exactly ln 2.
+  EXPECT_EQ(one(vspsLogAdd_32f, 3.5f, 3.5f, 0), float(3.5 + 0.6931471827215062));
+  EXPECT_EQ(one(vspsLogAdd_64f, 3.5, 3.5, 2), 3.5 + 0.6931471805599475);
+  // The 32f floor lifts the result above both operands, on both paths; the
+  // 64f one may lower it: -1e10 stands for anything below -9e9.
+  for (VspHint h : {0, 1}) EXPECT_EQ(one(vspsLogAdd_32f, -1e7f, -2e7f, h), -4.5e6f);
+  EXPECT_EQ(one(vspsLogAdd_64f, -9.5e9, -5e10, 0), -1e10);
+  EXPECT_EQ(one(vspsLogAdd_64f, -9.1e9 - 100, -9.1e9, 0), -1e10);
+  EXPECT_EQ(one(vspsLogAdd_64f, -8.9e9 - 100, -8.9e9, 0), -8.9e9);
   // Integers have no floor: far apart gives the larger operand unchanged,
   // here -5000 * 1024 = -5.12e6 in real terms.
-  for (VspHint h : {vspHintDefault, vspHintFast}) {
-    Vsp16s s16 = -5000, d16 = -32768;
-    vspsLogAdd_16s_Sfs(&s16, &d16, 1, -10, h);
-    EXPECT_EQ(d16, -5000);
-  }
-  // Equal integers: ln 2 in units of 2^-8, truncated toward zero.
-  Vsp16s s16 = 256, d16 = 256;
-  vspsLogAdd_16s_Sfs(&s16, &d16, 1, 8, vspHintDefault);
-  EXPECT_EQ(d16, Vsp16s((256.0 / 256 + 0.6931471827215062) * 256));
-  // Results clamp to the element's range.
-  s16 = 32767, d16 = 32767;
-  vspsLogAdd_16s_Sfs(&s16, &d16, 1, 0, vspHintDefault);
-  EXPECT_EQ(d16, 32767);
-  Vsp32s s32 = INT32_MAX, d32 = INT32_MAX;
-  vspsLogAdd_32s_Sfs(&s32, &d32, 1, 0, vspHintDefault);
-  EXPECT_EQ(d32, INT32_MAX);
-}
-
-TEST(LogAdd, UnknownHintDoesNothing) {
+  for (VspHint h : {0, 1}) EXPECT_EQ(one<Vsp16s>(vspsLogAdd_16s_Sfs, -5000, -32768, -10, h), -5000);
+  // Equal integers: ln 2 in units of 2^-8, truncated; results clamp.
+  EXPECT_EQ(one<Vsp16s>(vspsLogAdd_16s_Sfs, 256, 256, 8, 0),
+            Vsp16s((1 + 0.6931471827215062) * 256));
+  EXPECT_EQ(one<Vsp16s>(vspsLogAdd_16s_Sfs, 32767, 32767, 0, 0), 32767);
+  EXPECT_EQ(one<Vsp32s>(vspsLogAdd_32s_Sfs, INT32_MAX, INT32_MAX, 0, 0), INT32_MAX);
+  // An unknown hint does nothing, and is no failure.
   for (VspHint h : {3, -1, 1000}) {
-    float f[2] = {1, 2}, g[2] = {3, 4};
-    EXPECT_EQ(vspsLogAdd_32f(f, g, 2, h), vspStatusOk);
-    EXPECT_EQ(g[0], 3.0f);
-    double x = 1, y = 2;
-    EXPECT_EQ(vspsLogAdd_64f(&x, &y, 1, h), vspStatusOk);
-    EXPECT_EQ(y, 2.0);
-    Vsp16s p = 1, q = 2;
-    EXPECT_EQ(vspsLogAdd_16s_Sfs(&p, &q, 1, 0, h), vspStatusOk);
-    EXPECT_EQ(q, 2);
-    Vsp32s r = 1, s = 2;
-    EXPECT_EQ(vspsLogAdd_32s_Sfs(&r, &s, 1, 0, h), vspStatusOk);
-    EXPECT_EQ(s, 2);
+    EXPECT_EQ(one(vspsLogAdd_32f, 1.0f, 3.0f, h), 3.0f);
+    EXPECT_EQ(one(vspsLogAdd_64f, 1.0, 2.0, h), 2.0);
+    EXPECT_EQ(one<Vsp16s>(vspsLogAdd_16s_Sfs, 1, 2, 0, h), 2);
+    EXPECT_EQ(one<Vsp32s>(vspsLogAdd_32s_Sfs, 1, 2, 0, h), 2);
   }
 }
 
-// The operands' order does not matter beyond the sign of a zero.
+// The operands' order does not matter beyond the sign of a zero; whole
+// vectors at once.
 TEST(LogAdd, Symmetric) {
   Rng rng(11);
   SCOPED_TRACE(seedTrace(11));
-  for (int i = 0; i < 2000; ++i) {
-    const float x = rng.uniformf(-40, 40), y = rng.uniformf(-40, 40);
-    for (VspHint h : {vspHintDefault, vspHintFast}) {
-      float a = x, b = y, c = y, d = x;
-      vspsLogAdd_32f(&a, &b, 1, h);
-      vspsLogAdd_32f(&c, &d, 1, h);
-      EXPECT_EQ(b, d) << x << " " << y;
-    }
+  std::vector<float> x(2000), y(2000);
+  for (int i = 0; i < 2000; ++i) x[i] = rng.uniformf(-40, 40), y[i] = rng.uniformf(-40, 40);
+  for (VspHint h : {0, 1}) {
+    std::vector<float> xy = y, yx = x;
+    ASSERT_EQ(vspsLogAdd_32f(x.data(), xy.data(), 2000, h), vspStatusOk);
+    ASSERT_EQ(vspsLogAdd_32f(y.data(), yx.data(), 2000, h), vspStatusOk);
+    EXPECT_EQ(xy, yx);
   }
 }
 
@@ -244,18 +159,15 @@ TEST(LogAdd, Symmetric) {
 
 TEST(LogSub, AgainstLongDoubleAndFloors) {
   const float src[] = {0.0f, 5.0f, 1.0f, 2.0f, -3.0f, -5e6f, 1e-30f};
-  float sd[] = {-1.0f, 4.999f, 1.0f - 1e-7f, -12.0f, -30.0f, -6e6f, 0.0f};
-  float in[7];
-  std::copy(sd, sd + 7, in);
+  const float in[] = {-1.0f, 4.999f, 1.0f - 1e-7f, -12.0f, -30.0f, -6e6f, 0.0f};
+  float sd[7];
+  std::copy(in, in + 7, sd);
   ASSERT_EQ(vspsLogSub_32f(src, sd, 7), vspStatusOk);
-  for (int i = 0; i < 4; ++i) {
-    const LD ref = LD(src[i]) + log1pl(-expl(LD(in[i] - src[i])));
-    EXPECT_NEAR(sd[i], double(ref), 2 * ulp(sd[i])) << i;
-  }
+  for (int i = 0; i < 4; ++i)
+    EXPECT_NEAR(sd[i], double(src[i] + log1pl(-expl(LD(in[i] - src[i])))), 2 * ulp(sd[i])) << i;
   EXPECT_EQ(sd[4], -3.0f);    // past the cut-off: the floor rule on src
   EXPECT_EQ(sd[5], -4.5e6f);  // ... which lifts src to the floor
   EXPECT_EQ(sd[6], -4.5e6f);  // 1 - exp(d) at or below the limit: the floor value
-
   double s64[] = {0.0, -9.5e9, 1.0}, d64[] = {-1e-300, -9.5e9 - 1e3, 0.0};
   ASSERT_EQ(vspsLogSub_64f(s64, d64, 3), vspStatusOk);
   EXPECT_EQ(d64[0], -1e10);  // 1 - exp(-1e-300) is 0: the floor value
@@ -266,27 +178,24 @@ TEST(LogSub, AgainstLongDoubleAndFloors) {
 TEST(LogSub, ARefusedCallChangesNoElement) {
   for (int bad : {0, 3, 7}) {
     std::vector<float> src(8, 1.0f), sd(8, 0.5f);
-    sd[bad] = 1.0f;  // equal: not smaller
-    const std::vector<float> before = sd;
-    EXPECT_EQ(vspsLogSub_32f(src.data(), sd.data(), 8), vspStatusBadValue);
-    EXPECT_EQ(sd, before);
     std::vector<Vsp16s> s16(8, 10), d16(8, 5);
-    d16[bad] = 11;
+    sd[bad] = 1.0f, d16[bad] = 11;  // equal, or larger: not smaller
+    const std::vector<float> before = sd;
     const std::vector<Vsp16s> b16 = d16;
+    EXPECT_EQ(vspsLogSub_32f(src.data(), sd.data(), 8), vspStatusBadValue);
     EXPECT_EQ(vspsLogSub_16s_Sfs(s16.data(), d16.data(), 8, 0), vspStatusBadValue);
-    EXPECT_EQ(d16, b16);
+    EXPECT_TRUE(sd == before && d16 == b16) << bad;
   }
-  // Integers compare exactly, even where the float difference would vanish.
-  Vsp32s s32[] = {INT32_MAX}, d32[] = {INT32_MAX - 1};
-  EXPECT_EQ(vspsLogSub_32s_Sfs(s32, d32, 1, 0), vspStatusOk);
-  EXPECT_EQ(d32[0], -4500000);  // float difference 0: 1 - exp(0) is the limit
-  Vsp32s e32[] = {INT32_MIN};
-  s32[0] = INT32_MAX;
-  EXPECT_EQ(vspsLogSub_32s_Sfs(e32, s32, 1, 0), vspStatusBadValue);
+  // Integers compare exactly, even where the float difference vanishes (and
+  // 1 - exp(0) is then at the limit).
+  Vsp32s s32 = INT32_MAX, d32 = INT32_MAX - 1, e32 = INT32_MIN;
+  EXPECT_EQ(vspsLogSub_32s_Sfs(&s32, &d32, 1, 0), vspStatusOk);
+  EXPECT_EQ(d32, -4500000);
+  EXPECT_EQ(vspsLogSub_32s_Sfs(&e32, &s32, 1, 0), vspStatusBadValue);
   // A NaN difference passes the test.
-  float n[] = {std::numeric_limits<float>::quiet_NaN()}, z[] = {0.0f};
-  EXPECT_EQ(vspsLogSub_32f(n, z, 1), vspStatusOk);
-  EXPECT_TRUE(std::isnan(z[0]));
+  float n = std::numeric_limits<float>::quiet_NaN(), z = 0.0f;
+  EXPECT_EQ(vspsLogSub_32f(&n, &z, 1), vspStatusOk);
+  EXPECT_TRUE(std::isnan(z));
 }
 
 TEST(LogSub, IntegersAddTheLogInIntegerUnits) {
@@ -294,17 +203,16 @@ TEST(LogSub, IntegersAddTheLogInIntegerUnits) {
   Vsp32s s = 100, d = 90;
   ASSERT_EQ(vspsLogSub_32s_Sfs(&s, &d, 1, 4), vspStatusOk);
   EXPECT_EQ(d, Vsp32s(100.0 + std::log(1.0 - std::exp(double(-10.0f * 0.0625f)))));
-  // Past the limit the floor value -4.5e6 is stored: in 16 bits its low half.
-  Vsp16s s16 = 100, d16 = 99;
-  ASSERT_EQ(vspsLogSub_16s_Sfs(&s16, &d16, 1, 130), vspStatusOk);
-  EXPECT_EQ(d16, 21984);
-  // Past the cut-off: the larger of src and -4.5e6, clamped to 32 bits.
-  s16 = -20000, d16 = -32768;
-  ASSERT_EQ(vspsLogSub_16s_Sfs(&s16, &d16, 1, -10), vspStatusOk);
-  EXPECT_EQ(d16, -20000);
-  s16 = 30000, d16 = -30000;  // 60000 * 2^-0 is past the cut-off
-  ASSERT_EQ(vspsLogSub_16s_Sfs(&s16, &d16, 1, 0), vspStatusOk);
-  EXPECT_EQ(d16, 30000);
+  // Pairs of (src, srcDst, scaleFactor, result): past the limit the floor
+  // value -4.5e6 is stored as its low 16 bits; past the cut-off the larger of
+  // src and -4.5e6, clamped to 32 bits.
+  const int rows[][4] = {
+      {100, 99, 130, 21984}, {-20000, -32768, -10, -20000}, {30000, -30000, 0, 30000}};
+  for (const auto& r : rows) {
+    Vsp16s s16 = Vsp16s(r[0]), d16 = Vsp16s(r[1]);
+    ASSERT_EQ(vspsLogSub_16s_Sfs(&s16, &d16, 1, r[2]), vspStatusOk);
+    EXPECT_EQ(d16, r[3]) << r[0];
+  }
 }
 
 // ---- Sums ----------------------------------------------------------------------------
@@ -315,25 +223,19 @@ TEST(LogSum, FoldOfThePairStep) {
   for (int len : lengthsAround(8)) {
     std::vector<float> v(len);
     for (auto& x : v) x = rng.uniformf(-30, 5);
+    const std::vector<double> w(v.begin(), v.end());
     float got = 0;
-    ASSERT_EQ(vspsLogSum_32f(v.data(), &got, len), vspStatusOk);
-    // The same fold through the one-element log-add: bit for bit.
-    float run = v[0];
-    for (int i = 1; i < len; ++i) {
-      float next = v[i];
-      vspsLogAdd_32f(&run, &next, 1, vspHintDefault);
-      run = next;
-    }
-    EXPECT_EQ(bits(got), bits(run)) << len;
-    LD ref = v[0];
-    for (int i = 1; i < len; ++i) ref = refAdd(ref, v[i]);
-    EXPECT_NEAR(got, double(ref), len * (kPoly32Bound + std::exp(kCut32) + 2 * ulp(got))) << len;
-
-    std::vector<double> w(v.begin(), v.end());
     double got64 = 0;
+    ASSERT_EQ(vspsLogSum_32f(v.data(), &got, len), vspStatusOk);
     ASSERT_EQ(vspsLogSum_64f(w.data(), &got64, len), vspStatusOk);
-    EXPECT_NEAR(got64, double(ref), len * (kPoly64Bound + std::exp(kCut64) + 4 * ulp(got64)))
-        << len;
+    // The same fold through the one-element log-add, bit for bit; and a
+    // log-sum, to the polynomials' accuracy.
+    float run = v[0];
+    LD ref = v[0];
+    for (int i = 1; i < len; ++i) run = one(vspsLogAdd_32f, run, v[i], 0), ref = refAdd(ref, v[i]);
+    EXPECT_EQ(bits(got), bits(run)) << len;
+    EXPECT_NEAR(got, double(ref), len * (kPoly32 + std::exp(kCut32) + 2 * ulp(got))) << len;
+    EXPECT_NEAR(got64, double(ref), len * (kPoly64 + std::exp(kCut64) + 4 * ulp(got64))) << len;
   }
 }
 
@@ -343,21 +245,18 @@ TEST(LogSum, IntegersKeepRealUnitsAndFloorThroughSingle) {
   ASSERT_EQ(vspsLogSum_16s_Sfs(&one, &out16, 1, 200), vspStatusOk);
   EXPECT_EQ(out16, -32768);
   // Below the cut-off the running value becomes max(hi, -4.5e6) through
-  // single precision: it loses its low bits ...
-  const Vsp32s lost[] = {100000001, -2000000000};
+  // single precision: it loses its low bits, and is floored, unlike the
+  // integer log-add.
+  const Vsp32s lost[] = {100000001, -2000000000}, deep[] = {-5000000, -2000000000};
   Vsp32s out = 0;
   ASSERT_EQ(vspsLogSum_32s_Sfs(lost, &out, 2, 0), vspStatusOk);
   EXPECT_EQ(out, 100000000);
-  // ... and is floored, unlike the integer log-add.
-  const Vsp32s deep[] = {-5000000, -2000000000};
   ASSERT_EQ(vspsLogSum_32s_Sfs(deep, &out, 2, 0), vspStatusOk);
   EXPECT_EQ(out, -4500000);
   // Several elements in units of 2^-6: the running value stays in double.
   const Vsp16s v[] = {-64, -128, -96, -640};
   ASSERT_EQ(vspsLogSum_16s_Sfs(v, &out16, 4, 6), vspStatusOk);
-  LD ref = -1;
-  for (LD x : {-2.0L, -1.5L, -10.0L}) ref = refAdd(ref, x);
-  EXPECT_EQ(out16, Vsp16s(std::trunc(double(ref) * 64)));
+  EXPECT_EQ(out16, Vsp16s(std::trunc(double(refAdd(refAdd(refAdd(-1, -2), -1.5), -10)) * 64)));
 }
 
 // ---- Checks: size first, then pointers -----------------------------------------------

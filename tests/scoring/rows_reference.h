@@ -1,12 +1,20 @@
-// Scalar definitions of the multi-row Gaussian sums, written from the
-// documented orders, for the tests of the block and mixture families.
+// Scalar definitions of the Gaussian sums, written from the documented
+// orders, and the data the scoring tests share: random values, stepped
+// matrices whose gaps must never be read, the one-element log-add.
 #pragma once
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "support/harness.h"
 
 namespace vsptest {
+
+using LD = long double;
 
 template <class T, class In>
 T termOf(const In* s, const In* m, const In* v, int64_t i) {
@@ -51,24 +59,66 @@ T rowAccRef(const In* s, const In* m, const In* v, int n, T init, bool aligned, 
   return acc;
 }
 
-// The exact integer sum, wrapping in 64 bits.
-inline int64_t rowSumRef16(const int16_t* s, const int16_t* m, const int16_t* v, int n) {
-  uint64_t sum = 0;
-  for (int i = 0; i < n; ++i) {
-    const int64_t d = int64_t(s[i]) - m[i];
-    sum += uint64_t(d * d * (v ? v[i] : 1));
-  }
-  return int64_t(sum);
+// The exact integer sum, in 128 bits (the members wrap it to 64).
+using i128 = __int128;
+inline i128 rowSumRef16(const int16_t* s, const int16_t* m, const int16_t* v, int n) {
+  i128 sum = 0;
+  for (int i = 0; i < n; ++i) sum += i128(s[i] - m[i]) * (s[i] - m[i]) * (v ? v[i] : 1);
+  return sum;
 }
 
-inline int64_t shiftRef(int64_t v, int64_t n) {
-  if (n > 0) return v >> (n & 63);
-  if (n < 0) return int64_t(uint64_t(v) << ((-n) & 63));
-  return v;
+// The scale-factor shift of a 64-bit value, by division rather than shifts:
+// floor division by 2^k for k > 0, a left shift keeping 64 bits for k < 0,
+// the count taken modulo 64.
+inline int64_t shiftRef(int64_t v, int64_t k) {
+  const int c = int((k < 0 ? -k : k) % 64);
+  if (k < 0) return int64_t(uint64_t(i128(v) * (i128(1) << c)));
+  i128 q = i128(v) / (i128(1) << c);
+  return int64_t(q - (i128(v) % (i128(1) << c) < 0));
 }
-inline int32_t wrap32(int64_t v) { return int32_t(uint32_t(uint64_t(v))); }
-inline int64_t clamp32(int64_t v) {
-  return v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : v;
+inline int32_t wrap32(i128 v) { return int32_t(uint32_t(uint64_t(v))); }
+inline int32_t clamp32(i128 v) {
+  return v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : int32_t(v);
 }
+
+// One-element log-adds through the exports: the step that every scoring
+// family applies when a score meets a running value.
+inline float logAddRef(float run, float score) {
+  vspsLogAdd_32f(&score, &run, 1, vspHintDefault);
+  return run;
+}
+inline double logAddRef(double run, double score) {
+  vspsLogAdd_64f(&score, &run, 1, vspHintDefault);
+  return run;
+}
+
+// Data and weights; a quarter of the 16-bit weights are huge, so that the
+// integer scores saturate, and float weights span magnitudes that make any
+// change of summation order show in the bits.
+template <class T>
+T randomValue(Rng& r, bool weight) {
+  if constexpr (sizeof(T) == 2)
+    return T(!weight ? r.integer(-300, 300) : r.integer(0, 3) ? r.integer(1, 40) : 32767);
+  return T(weight ? std::exp(r.uniform(-4, 4)) : r.uniform(-3, 3));
+}
+
+// `n` rows of `width` random values, `step` apart, starting `misalign` bytes
+// past a 64-byte boundary, between guard zones. The gaps hold NaN (or a
+// large integer), so that a read of one shows in the results.
+template <class T>
+struct Matrix {
+  Guarded<T> g;
+  std::vector<const T*> rows;
+  Matrix(Rng& r, int n, int width, int step, bool weight, size_t misalign = 0)
+      : g(size_t(n) * step, misalign), rows(n) {
+    for (size_t i = 0; i < g.size(); ++i)
+      g[i] = int(i % step) < width ? randomValue<T>(r, weight) : gap();
+    for (int k = 0; k < n; ++k) rows[k] = g.data() + size_t(k) * step;
+  }
+  static T gap() { return std::is_integral_v<T> ? T(12345) : std::numeric_limits<T>::quiet_NaN(); }
+  const T* data() const { return g.data(); }
+};
+
+inline uint32_t bits(int32_t v) { return uint32_t(v); }
 
 }  // namespace vsptest
