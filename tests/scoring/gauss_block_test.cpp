@@ -5,12 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <tuple>
 #include <type_traits>
 #include <vector>
 
 #include "scoring/gauss_block.h"
-#include "scoring/rows_reference.h"
+#include "scoring/scoring_support.h"
 
 namespace {
 
@@ -35,9 +34,10 @@ void sweepRowKernels(uint64_t seed) {
           SCOPED_TRACE(testing::Message() << "width " << width << " gap " << gap << " shift "
                                           << shift << " shape " << shape);
           const size_t at = shift * sizeof(In), next = (shift + 1) % 4 * sizeof(In);
-          const Matrix<In> a(rng, rows, width, width + gap, false, at),
-              b(rng, rows, width, width + gap, true, at), one(rng, 1, width, width, false, next),
-              two(rng, 1, width, width, true, at);
+          const Matrix<In> a(rng, rows, width, width + gap, dataOf<In>, at),
+              b(rng, rows, width, width + gap, weightOf<In>, at),
+              one(rng, 1, width, width, dataOf<In>, next),
+              two(rng, 1, width, width, weightOf<In>, at);
           // Shared model: the frames a against (one, two); shared source: one
           // against the models (a, b).
           const In* const* src = sharedSrc ? one.rows.data() : a.rows.data();
@@ -201,9 +201,9 @@ void exportsFollowTheDefinition(const Member<T, O> (&members)[N], uint64_t seed)
           for (int shift : {0, 1}) {
             SCOPED_TRACE(testing::Message() << mb.name << " width " << width << " height " << height
                                             << " gap " << gap << " shift " << shift);
-            const Matrix<T> src(rng, height, width, width + gap, false, shift * sizeof(T)),
-                mean(rng, 1, width, width, false, (1 - shift) * sizeof(T)),
-                var(rng, 1, width, width, true, shift * sizeof(T));
+            const Matrix<T> src(rng, height, width, width + gap, dataOf<T>, shift * sizeof(T)),
+                mean(rng, 1, width, width, dataOf<T>, (1 - shift) * sizeof(T)),
+                var(rng, 1, width, width, weightOf<T>, shift * sizeof(T));
             const O g = O(rng.integer(-50, 50));
             std::vector<O> start(height);
             Guarded<O> d2(height), d2l(height);
@@ -275,67 +275,16 @@ TEST(GaussBlock, AddKeepsTheFloorAndMaxKeepsTheBest) {
 
 // ---- Checks: step before pointers, then sizes ---------------------------------------------
 
-template <class T, class O>
-struct BlockCall {
-  static inline const Member<T, O>* member = nullptr;
-  static inline bool listed = false;
-  T data[24] = {};
-  O dstStore[3] = {O(7), O(7), O(7)};
-  const T* rowStore[3] = {data, data + 8, data + 16};
-  const T *src = data, *mean = data, *var = data;
-  const T* const* rows = rowStore;
-  O* dst = dstStore;
-  Vsp32s step = 8, width = 5, height = 3;
-  OutputWatch out;
-  BlockCall() { out.watch(dstStore, sizeof dstStore); }
-  VspStatus call() {
-    return listed ? member->d2l(rows, mean, var, width, dst, height, O(0), 0)
-                  : member->d2(src, step, mean, var, width, dst, height, O(0), 0);
-  }
-};
-
-// Each spoiling, with what the stepped and the row-pointer forms answer (Ok:
-// no refusal in that form).
-template <class T, class O, size_t N>
-void refusals(const Member<T, O> (&members)[N]) {
-  using F = BlockCall<T, O>;
-  constexpr VspStatus kOk = vspStatusOk, kStep = vspStatusBadStep, kNull = vspStatusNullPointer,
-                      kSize = vspStatusBadSize;
-  const std::tuple<const char*, void (*)(F&), VspStatus, VspStatus> rows[] = {
-      {"step below width", [](F& f) { f.step = 4; }, kStep, kOk},
-      {"negative step", [](F& f) { f.step = -1; }, kStep, kOk},
-      {"step below width, all null, no height",
-       [](F& f) {
-         f.step = 4, f.src = f.mean = f.var = nullptr, f.rows = nullptr, f.dst = nullptr,
-         f.height = 0;
-       },
-       kStep, kNull},
-      {"null src", [](F& f) { f.src = nullptr, f.rows = nullptr; }, kNull, kNull},
-      {"null mean, no height", [](F& f) { f.mean = nullptr, f.height = 0; }, kNull, kNull},
-      {"null dst, no width", [](F& f) { f.dst = nullptr, f.width = 0; }, kNull, kNull},
-      {"null var", [](F& f) { f.var = nullptr; }, kNull, kNull},
-      {"no width", [](F& f) { f.width = 0; }, kSize, kSize},
-      {"negative height", [](F& f) { f.height = -3; }, kSize, kSize},
-      {"no height, rows never looked at",
-       [](F& f) { f.rowStore[0] = f.rowStore[1] = f.rowStore[2] = nullptr, f.height = 0; }, kSize,
-       kSize}};
-  for (const Member<T, O>& mb : members)
-    for (bool listed : {false, true}) {
-      SCOPED_TRACE(testing::Message() << mb.name << (listed ? " D2L" : " D2"));
-      F::member = &mb, F::listed = listed;
-      std::vector<Refusal<F>> table;
-      for (const auto& [what, spoil, d2, d2l] : rows)
-        if ((listed ? d2l : d2) != kOk && (mb.hasVar || spoil != std::get<1>(rows[6])))
-          table.push_back({what, spoil, listed ? d2l : d2});
-      expectRefusals<F>(table);
-    }
-}
-
-TEST(GaussBlock, RefusalsInTheFamilysOrder) {
-  refusals(kF32);
-  refusals(kF64);
-  refusals(kScaled);
-  refusals(kInt);
+TEST(GaussBlock, RefusalsStepThenPointersThenSizes) {
+  // clang-format off
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGauss_32f_D2(a.p(0, a.f), a.step, a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1], 0); });
+  expectOrder(Order::StepPtrSize, 3, 2, [](Args& a) { return vspsLogGaussMax_IdVar_64f_D2(a.p(0, a.d), a.step, a.p(1, a.d), a.n[0], a.p(2, a.d), a.n[1], 0); });
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussAdd_LowScaled_16s32f_D2(a.p(0, a.s), a.step, a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.f), a.n[1], 0, 0); });
+  expectOrder(Order::StepPtrSize, 3, 2, [](Args& a) { return vspsLogGauss_IdVarLow_16s32s_D2Sfs(a.p(0, a.s), a.step, a.p(1, a.s), a.n[0], a.p(2, a.i), a.n[1], 0, 0); });
+  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussAdd_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1], 0); });
+  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussMax_16s32s_D2LSfs(a.p(0, a.sr), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), a.n[1], 0, 0); });
+  expectOrder(Order::PtrSize, 3, 2, [](Args& a) { return vspsLogGauss_IdVarScaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.s), a.n[0], a.p(2, a.f), a.n[1], 0, 0); });
+  // clang-format on
 }
 
 }  // namespace

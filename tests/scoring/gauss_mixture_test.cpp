@@ -1,22 +1,30 @@
 // Mixture scoring: the plain members against the fold of block scores and
 // against long double; the shortlist members against the single-observation
-// kernels, with hand-built bit matrices; check orders and allocation failure.
+// kernels with hand-built bit matrices; the 16-bit hit counter; each
+// member's order of checks and the shortlist members' allocation failure.
 #include <cmath>
-#include <limits>
-#include <type_traits>
 #include <vector>
 
-#include "support/harness.h"
+#include "scoring/scoring_support.h"
 
 namespace {
 
 using namespace vsptest;
-using LD = long double;
+
+// Scores of one magnitude, so that the log-adds of a mixture do real work.
+template <class T>
+T small(Rng& r) {
+  return T(sizeof(T) == 2 ? r.integer(-20, 20) : r.uniform(-2, 2));
+}
+template <class T>
+T smallWeight(Rng& r) {
+  return T(sizeof(T) == 2 ? r.integer(1, 4) : r.uniform(0.2, 2));
+}
 
 // ---- Plain members ---------------------------------------------------------------------
-
-// One plain member in both layouts, and the block member that scores one
-// component the same way (one frame of height 1).
+//
+// Each member in both layouts, and the block member that scores one component
+// the same way (one frame), adapted to one signature.
 template <class T, class O>
 struct Plain {
   const char* name;
@@ -24,161 +32,79 @@ struct Plain {
   VspStatus (*d2l)(const T*, const T* const*, const T* const*, Vsp32s, Vsp32s, const O*, O*,
                    Vsp32s);
   VspStatus (*block)(const T*, const T*, const T*, Vsp32s, O*, O, Vsp32s);
-  bool hasVar;
 };
-
-#define ADAPT(f, blk, V, ...)                                                                \
-  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s n, Vsp32s st, Vsp32s w, auto g, auto d, \
-     [[maybe_unused]] Vsp32s sf) { return f##_D2(s, m, V n, st, w, g, d __VA_ARGS__); },     \
-      [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s n, Vsp32s w, auto g, auto d,        \
-         [[maybe_unused]] Vsp32s sf) { return f##_D2L(s, m, V n, w, g, d __VA_ARGS__); },    \
-      [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, auto d, auto g,                  \
-         [[maybe_unused]] Vsp32s sf) { return blk##_D2(s, w, m, V w, d, 1, g __VA_ARGS__); }
+// clang-format off
+#define PLAIN(f, V, ...) {#f, \
+  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s n, Vsp32s st, Vsp32s w, auto g, auto d, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2(s, m, V n, st, w, g, d __VA_ARGS__); }, \
+  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s n, Vsp32s w, auto g, auto d, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2L(s, m, V n, w, g, d __VA_ARGS__); }, \
+  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, auto d, auto g, [[maybe_unused]] Vsp32s sf) { return vspsLogGauss_##f##_D2(s, w, m, V w, d, 1, g __VA_ARGS__); }}
 #define WITH_VAR v,
-#define NO_VAR
+const Plain<float, float> kF32[] = {PLAIN(32f, WITH_VAR), PLAIN(IdVar_32f, )};
+const Plain<double, double> kF64[] = {PLAIN(64f, WITH_VAR), PLAIN(IdVar_64f, )};
+const Plain<int16_t, float> kS16[] = {PLAIN(Scaled_16s32f, WITH_VAR, , sf), PLAIN(IdVarScaled_16s32f, , , sf),
+                                      PLAIN(LowScaled_16s32f, WITH_VAR, , sf), PLAIN(IdVarLowScaled_16s32f, , , sf)};
+// clang-format on
 
-const Plain<float, float> kF32[] = {
-    {"32f", ADAPT(vspsLogGaussMixture_32f, vspsLogGauss_32f, WITH_VAR), true},
-    {"IdVar_32f", ADAPT(vspsLogGaussMixture_IdVar_32f, vspsLogGauss_IdVar_32f, NO_VAR), false},
-};
-const Plain<double, double> kF64[] = {
-    {"64f", ADAPT(vspsLogGaussMixture_64f, vspsLogGauss_64f, WITH_VAR), true},
-    {"IdVar_64f", ADAPT(vspsLogGaussMixture_IdVar_64f, vspsLogGauss_IdVar_64f, NO_VAR), false},
-};
-const Plain<int16_t, float> kScaled[] = {
-    {"Scaled", ADAPT(vspsLogGaussMixture_Scaled_16s32f, vspsLogGauss_Scaled_16s32f, WITH_VAR, , sf),
-     true},
-    {"IdVarScaled",
-     ADAPT(vspsLogGaussMixture_IdVarScaled_16s32f, vspsLogGauss_IdVarScaled_16s32f, NO_VAR, , sf),
-     false},
-    {"LowScaled",
-     ADAPT(vspsLogGaussMixture_LowScaled_16s32f, vspsLogGauss_LowScaled_16s32f, WITH_VAR, , sf),
-     true},
-    {"IdVarLowScaled",
-     ADAPT(vspsLogGaussMixture_IdVarLowScaled_16s32f, vspsLogGauss_IdVarLowScaled_16s32f, NO_VAR, ,
-           sf),
-     false},
-};
-
-float logAdd(float run, float score) {
-  vspsLogAdd_32f(&score, &run, 1, vspHintDefault);
-  return run;
-}
-double logAdd(double run, double score) {
-  vspsLogAdd_64f(&score, &run, 1, vspHintDefault);
-  return run;
-}
-
-template <class T>
-T sample(Rng& rng, bool weight) {
-  if constexpr (sizeof(T) == 2) return T(weight ? rng.integer(1, 4) : rng.integer(-20, 20));
-  return T(weight ? rng.uniform(0.2, 2) : rng.uniform(-2, 2));
-}
-
-// The mixture is the ascending fold, by the one-element log-add, of the
-// block scores of its components (one component: its score as it is): bit
-// for bit, in both layouts, across the
-// batch of 64 components, for rows that start at every offset from a 16-byte
-// boundary. Gaps hold NaN (or a large integer) and must never be read.
-template <class T, class O>
-void plainMembers(const Plain<T, O>* members, size_t n, uint64_t seed) {
+// The mixture is the ascending fold, by the one-element log-add, of the block
+// scores of its components (one component: its score as it is), bit for bit
+// in both layouts, across the batch of 64 components; and a log-sum, to the
+// polynomials' accuracy. The gaps must never be read.
+template <class T, class O, size_t N>
+void plainMembers(const Plain<T, O> (&members)[N], uint64_t seed) {
   SCOPED_TRACE(seedTrace(seed));
   Rng rng(seed);
-  const int sf = 2;
-  for (size_t k = 0; k < n; ++k) {
-    const Plain<T, O>& mb = members[k];
-    SCOPED_TRACE(mb.name);
+  for (const Plain<T, O>& mb : members)
     for (int width : {1, 8, 13, 39})
       for (int count : {1, 2, 5, 64, 67})
         for (int gap : {0, 1, 3}) {
           SCOPED_TRACE(testing::Message()
-                       << "width " << width << " count " << count << " gap " << gap);
+                       << mb.name << " width " << width << " count " << count << " gap " << gap);
           const int step = width + gap;
-          const T filler =
-              std::is_floating_point_v<T> ? std::numeric_limits<T>::quiet_NaN() : T(30000);
-          std::vector<T> means(size_t(count) * step, filler), vars(means.size(), filler);
-          std::vector<T> src(width);
+          const Matrix<T> means(rng, count, width, step, small<T>, gap * sizeof(T)),
+              vars(rng, count, width, step, smallWeight<T>), src(rng, 1, width, width, small<T>);
           std::vector<O> g(count);
-          for (int c = 0; c < count; ++c)
-            for (int i = 0; i < width; ++i)
-              means[size_t(c) * step + i] = sample<T>(rng, false),
-                                       vars[size_t(c) * step + i] = sample<T>(rng, true);
-          for (auto& x : src) x = sample<T>(rng, false);
           for (auto& x : g) x = O(rng.uniform(-30, 0));
-          std::vector<const T*> mr(count), vr(count);
-          for (int c = 0; c < count; ++c)
-            mr[c] = &means[size_t(c) * step], vr[c] = &vars[size_t(c) * step];
-          O a = O(-1), b = O(-2);
+          O a = O(-1), b = O(-2), run = 0;
           ASSERT_EQ(
-              mb.d2(src.data(), means.data(), vars.data(), count, step, width, g.data(), &a, sf),
-              0);
-          ASSERT_EQ(mb.d2l(src.data(), mr.data(), vr.data(), count, width, g.data(), &b, sf), 0);
-          O run = 0;
-          LD exact = -INFINITY;
+              mb.d2(src.data(), means.data(), vars.data(), count, step, width, g.data(), &a, 2), 0);
+          ASSERT_EQ(mb.d2l(src.data(), means.rows.data(), vars.rows.data(), count, width, g.data(),
+                           &b, 2),
+                    0);
+          LD exact = 0;
           for (int c = 0; c < count; ++c) {
             O score = 0;
-            ASSERT_EQ(mb.block(src.data(), mr[c], vr[c], width, &score, g[c], sf), 0);
-            run = c == 0 ? score : logAdd(run, score);
+            ASSERT_EQ(mb.block(src.data(), means.rows[c], vars.rows[c], width, &score, g[c], 2), 0);
+            run = c == 0 ? score : logAddRef(run, score);
             exact = c == 0 ? LD(score)
                            : std::max(exact, LD(score)) + log1pl(expl(-fabsl(exact - score)));
           }
           EXPECT_EQ(bits(a), bits(run));
           EXPECT_EQ(bits(b), bits(a));
-          // And the fold itself is a log-sum, to the polynomials' accuracy.
           // Per step: the narrowing, the polynomial, and past the cut-off the
           // dropped term (below e^-15.3 or e^-23).
-          const double tol = count * (sizeof(O) == 4 ? 2e-7 * std::fabs(double(run)) + 3e-7
-                                                     : 1e-13 * std::fabs(double(run)) + 1e-10);
-          EXPECT_NEAR(double(a), double(exact), tol);
+          const double mag = std::fabs(double(run));
+          EXPECT_NEAR(double(a), double(exact),
+                      count * (sizeof(O) == 4 ? 2e-7 * mag + 3e-7 : 1e-13 * mag + 1e-10));
         }
-  }
 }
 
-TEST(GaussMixture, Float32IsTheFoldOfBlockScores) { plainMembers(kF32, 2, 401); }
-TEST(GaussMixture, Float64IsTheFoldOfBlockScores) { plainMembers(kF64, 2, 402); }
-TEST(GaussMixture, ScaledIsTheFoldOfBlockScores) { plainMembers(kScaled, 4, 403); }
-
-// Float and double members check pointers before the step; the 16-bit ones
-// the step first. Both check the sizes last.
-TEST(GaussMixture, CheckOrders) {
-  const float f[4] = {}, g[2] = {};
-  float d = 7;
-  const int16_t s[4] = {};
-  const float* rows[2] = {f, f};
-  const int16_t* srows[2] = {s, s};
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2(nullptr, f, f, 2, 1, 2, g, &d), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2(f, f, f, 2, 1, 2, g, &d), vspStatusBadStep);
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2(f, f, f, 0, 1, 2, g, &d), vspStatusBadStep);
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2(f, f, nullptr, 0, 1, 2, g, &d), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2(f, f, f, 0, 2, 2, g, &d), vspStatusBadSize);
-  EXPECT_EQ(vspsLogGaussMixture_IdVar_64f_D2(nullptr, nullptr, 2, 1, 2, nullptr, nullptr),
-            vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussMixture_Scaled_16s32f_D2(nullptr, s, s, 2, 1, 2, g, &d, 0),
-            vspStatusBadStep);
-  EXPECT_EQ(vspsLogGaussMixture_IdVarLowScaled_16s32f_D2(s, s, 2, 2, 2, nullptr, &d, 0),
-            vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussMixture_LowScaled_16s32f_D2(s, s, s, 2, 2, 0, g, &d, 0), vspStatusBadSize);
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2L(f, rows, nullptr, 0, 2, g, &d), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussMixture_32f_D2L(f, rows, rows, 2, 0, g, &d), vspStatusBadSize);
-  EXPECT_EQ(vspsLogGaussMixture_IdVarScaled_16s32f_D2L(s, srows, -1, 2, g, &d, 0),
-            vspStatusBadSize);
-  EXPECT_EQ(d, 7.0f);
+TEST(GaussMixture, PlainMembersAreTheFoldOfBlockScores) {
+  plainMembers(kF32, 401);
+  plainMembers(kF64, 402);
+  plainMembers(kS16, 403);
 }
 
 // ---- Shortlists ----------------------------------------------------------------------------
-
-// A hand-built bit matrix: one row of (count + 7) / 8 bytes per frame, bit m
-// under mask 128 >> (m & 7) of byte m / 8.
+//
+// A bit matrix: one row of (count + 7) / 8 bytes per frame, bit m under mask
+// 128 >> (m & 7) of byte m / 8.
 struct Shortlist {
-  int count, frames;
+  int rowBytes;
   std::vector<uint8_t> bytes;
-  Shortlist(int c, int f) : count(c), frames(f), bytes(size_t(f) * ((c + 7) / 8), 0) {}
-  void set(int frame, int m) {
-    bytes[size_t(frame) * ((count + 7) / 8) + m / 8] |= uint8_t(128 >> (m & 7));
-  }
-  bool get(int frame, int m) const {
-    return bytes[size_t(frame) * ((count + 7) / 8) + m / 8] & (128 >> (m & 7));
-  }
+  Shortlist(int count, int frames) : rowBytes((count + 7) / 8), bytes(size_t(frames) * rowBytes) {}
+  uint8_t& at(int f, int m) { return bytes[size_t(f) * rowBytes + m / 8]; }
+  void set(int f, int m) { at(f, m) |= uint8_t(128 >> (m & 7)); }
+  bool get(int f, int m) { return at(f, m) & (128 >> (m & 7)); }
 };
 
 template <class T>
@@ -189,133 +115,67 @@ struct Select {
   VspStatus (*d2l)(const T* const*, const T* const*, const T* const*, Vsp32s, const float*,
                    const Vsp8u*, Vsp32s, float*, Vsp32s, float, Vsp32s);
   VspStatus (*single)(const T*, const T*, const T*, Vsp32s, float*, float, Vsp32s);
-  bool hasVar;
 };
+// clang-format off
+#define SELECT(f, one, V, ...) {#f, \
+  [](auto fr, auto m, [[maybe_unused]] auto v, Vsp32s st, Vsp32s w, auto g, auto sl, Vsp32s n, auto d, Vsp32s fc, float none, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2(fr, m, V st, w, g, sl, n, d, fc, none __VA_ARGS__); }, \
+  [](auto fr, auto m, [[maybe_unused]] auto v, Vsp32s w, auto g, auto sl, Vsp32s n, auto d, Vsp32s fc, float none, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2L(fr, m, V w, g, sl, n, d, fc, none __VA_ARGS__); }, \
+  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, float* d, float g, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussSingle_##one(s, m, V w, d, g __VA_ARGS__); }}
+const Select<float> kSel32[] = {SELECT(Select_32f, 32f, WITH_VAR), SELECT(SelectIdVar_32f, IdVar_32f, )};
+const Select<int16_t> kSel16[] = {SELECT(SelectScaled_16s32f, Scaled_16s32f, WITH_VAR, , sf), SELECT(SelectIdVarScaled_16s32f, IdVarScaled_16s32f, , , sf)};
+// clang-format on
 
-#define SELECT(f, one, V, ...)                                                                  \
-  [](auto fr, auto m, [[maybe_unused]] auto v, Vsp32s st, Vsp32s w, auto g, auto sl, Vsp32s n,  \
-     auto d, Vsp32s fc, float none, [[maybe_unused]] Vsp32s sf) {                               \
-    return f##_D2(fr, m, V st, w, g, sl, n, d, fc, none __VA_ARGS__);                           \
-  },                                                                                            \
-      [](auto fr, auto m, [[maybe_unused]] auto v, Vsp32s w, auto g, auto sl, Vsp32s n, auto d, \
-         Vsp32s fc, float none, [[maybe_unused]] Vsp32s sf) {                                   \
-        return f##_D2L(fr, m, V w, g, sl, n, d, fc, none __VA_ARGS__);                          \
-      },                                                                                        \
-      [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, float* d, float g,                  \
-         [[maybe_unused]] Vsp32s sf) { return one(s, m, V w, d, g __VA_ARGS__); }
-
-const Select<float> kSel32[] = {
-    {"Select_32f", SELECT(vspsLogGaussMixture_Select_32f, vspsLogGaussSingle_32f, WITH_VAR), true},
-    {"SelectIdVar_32f",
-     SELECT(vspsLogGaussMixture_SelectIdVar_32f, vspsLogGaussSingle_IdVar_32f, NO_VAR), false},
-};
-const Select<int16_t> kSel16[] = {
-    {"SelectScaled",
-     SELECT(vspsLogGaussMixture_SelectScaled_16s32f, vspsLogGaussSingle_Scaled_16s32f, WITH_VAR, ,
-            sf),
-     true},
-    {"SelectIdVarScaled",
-     SELECT(vspsLogGaussMixture_SelectIdVarScaled_16s32f, vspsLogGaussSingle_IdVarScaled_16s32f,
-            NO_VAR, , sf),
-     false},
-};
-
-// Frames and models share one stepped layout (models first, then frames).
-template <class T>
-struct SelectData {
-  int width, step, count, frames;
-  std::vector<T> models, vars, obs;
-  std::vector<float> g;
-  SelectData(Rng& rng, int w, int st, int c, int f)
-      : width(w),
-        step(st),
-        count(c),
-        frames(f),
-        models(size_t(c) * st),
-        vars(models.size()),
-        obs(size_t(f) * st),
-        g(c) {
-    for (auto& x : models) x = sample<T>(rng, false);
-    for (auto& x : vars) x = sample<T>(rng, true);
-    for (auto& x : obs) x = sample<T>(rng, false);
-    for (auto& x : g) x = float(rng.uniform(-20, 0));
-  }
-  const T* model(int m) const { return &models[size_t(m) * step]; }
-  const T* var(int m) const { return &vars[size_t(m) * step]; }
-  const T* frame(int f) const { return &obs[size_t(f) * step]; }
-};
-
-// The procedure written out, through the public single-observation kernel and
-// the one-element log-add: the first hit stores, later hits log-add, a frame
-// without hits gets noSelectionScore.
-template <class T>
-std::vector<float> selectRef(const Select<T>& mb, const SelectData<T>& d, const Shortlist& sl,
-                             float none, int sf) {
-  std::vector<float> out(d.frames, none);
-  for (int f = 0; f < d.frames; ++f) {
-    bool any = false;
-    for (int m = 0; m < d.count; ++m) {
-      if (!sl.get(f, m)) continue;
-      float score = 0;
-      mb.single(d.frame(f), d.model(m), d.var(m), d.width, &score, d.g[m], sf);
-      out[f] = any ? logAdd(out[f], score) : score;
-      any = true;
-    }
-  }
-  return out;
-}
-
-template <class T>
-void selectMembers(const Select<T>* members, size_t n, uint64_t seed) {
+// Against the procedure written out through the public single-observation
+// kernel and the one-element log-add: the first hit stores, later hits
+// log-add, a frame without hits gets noSelectionScore (not the floor). Frame
+// 0 selects nothing, frame 1 a single component, frame 2 everything, the
+// others a random third; frames and models share one step.
+template <class T, size_t N>
+void selectMembers(const Select<T> (&members)[N], uint64_t seed) {
   SCOPED_TRACE(seedTrace(seed));
   Rng rng(seed);
-  const int sf = 1;
-  const float none = 123.5f;  // not the floor: a frame without hits gets exactly this
-  for (size_t k = 0; k < n; ++k) {
-    const Select<T>& mb = members[k];
-    SCOPED_TRACE(mb.name);
+  const int frames = 6, sf = 1;
+  const float none = 123.5f;
+  for (const Select<T>& mb : members)
     for (int width : {1, 7, 39})
       for (int count : {1, 8, 13, 70}) {
-        const int frames = 6, step = width + 2;
-        SelectData<T> d(rng, width, step, count, frames);
+        SCOPED_TRACE(testing::Message() << mb.name << " width " << width << " count " << count);
+        const int step = width + 2;
+        const Matrix<T> obs(rng, frames, width, step, small<T>),
+            means(rng, count, width, step, small<T>), vars(rng, count, width, step, smallWeight<T>);
+        std::vector<float> g(count);
+        for (auto& x : g) x = float(rng.uniform(-20, 0));
         Shortlist sl(count, frames);
-        // Frame 0 selects nothing, frame 1 a single component, frame 2
-        // everything, the others a random third.
         sl.set(1, count / 2);
-        for (int m = 0; m < count; ++m) sl.set(2, m);
-        for (int f = 3; f < frames; ++f)
-          for (int m = 0; m < count; ++m)
-            if (rng.integer(0, 2) == 0) sl.set(f, m);
-        const std::vector<float> want = selectRef(mb, d, sl, none, sf);
+        for (int m = 0; m < count; ++m)
+          for (int f = 2; f < frames; ++f)
+            if (f == 2 || rng.integer(0, 2) == 0) sl.set(f, m);
         Guarded<float> a(frames), b(frames);
-        std::vector<const T*> fr(frames), mr(count), vr(count);
-        for (int f = 0; f < frames; ++f) fr[f] = d.frame(f);
-        for (int m = 0; m < count; ++m) mr[m] = d.model(m), vr[m] = d.var(m);
-        ASSERT_EQ(mb.d2(d.obs.data(), d.models.data(), d.vars.data(), step, width, d.g.data(),
+        ASSERT_EQ(mb.d2(obs.data(), means.data(), vars.data(), step, width, g.data(),
                         sl.bytes.data(), count, a.data(), frames, none, sf),
                   vspStatusOk);
-        ASSERT_EQ(mb.d2l(fr.data(), mr.data(), vr.data(), width, d.g.data(), sl.bytes.data(), count,
-                         b.data(), frames, none, sf),
+        ASSERT_EQ(mb.d2l(obs.rows.data(), means.rows.data(), vars.rows.data(), width, g.data(),
+                         sl.bytes.data(), count, b.data(), frames, none, sf),
                   vspStatusOk);
         ASSERT_TRUE(a.guardsIntact() && b.guardsIntact());
         for (int f = 0; f < frames; ++f) {
-          EXPECT_EQ(bits(a[f]), bits(want[f]))
-              << "width " << width << " count " << count << " frame " << f;
-          EXPECT_EQ(bits(b[f]), bits(a[f]));
+          float want = none;
+          for (int m = 0, hits = 0; m < count; ++m) {
+            if (!sl.get(f, m)) continue;
+            float score = 0;
+            mb.single(obs.rows[f], means.rows[m], vars.rows[m], width, &score, g[m], sf);
+            want = hits++ ? logAddRef(want, score) : score;
+          }
+          EXPECT_EQ(bits(a[f]), bits(want)) << "frame " << f;
+          EXPECT_EQ(bits(b[f]), bits(a[f])) << "frame " << f;
         }
-        EXPECT_EQ(a[0], none);
-        float single = 0;
-        mb.single(d.frame(1), d.model(count / 2), d.var(count / 2), width, &single, d.g[count / 2],
-                  sf);
-        EXPECT_EQ(bits(a[1]), bits(single));
       }
-  }
 }
 
-TEST(GaussMixtureSelect, Float32AgainstTheSingleObservationKernel) {
-  selectMembers(kSel32, 2, 501);
+TEST(GaussMixtureSelect, AgainstTheSingleObservationKernels) {
+  selectMembers(kSel32, 501);
+  selectMembers(kSel16, 502);
 }
-TEST(GaussMixtureSelect, ScaledAgainstTheSingleObservationKernel) { selectMembers(kSel16, 2, 502); }
 
 // The per-frame hit counter is 16 bits: it passes through negative values
 // and is back at zero after 65536 hits, when the next hit stores its score
@@ -332,58 +192,46 @@ TEST(GaussMixtureSelect, SixteenBitHitCounter) {
     vspsLogGaussSingle_32f(&frame, &mean[m], &var[m], 1, &s, g[m]);
     return s;
   };
-  float dst = 0;
+  float run = score(0), dst = 0;
+  for (int m = 1; m < 40000; ++m) run = logAddRef(run, score(m));
   for (int used : {40000, 65536, 65537}) {
     ASSERT_EQ(vspsLogGaussMixture_Select_32f_D2(&frame, mean.data(), var.data(), 1, 1, g.data(),
                                                 all.bytes.data(), used, &dst, 1, -7.0f),
               vspStatusOk);
-    if (used == 40000) {
-      float run = score(0);
-      for (int m = 1; m < used; ++m) run = logAdd(run, score(m));
-      EXPECT_EQ(bits(dst), bits(run));
-    } else if (used == 65536) {
-      EXPECT_EQ(dst, -7.0f);
-    } else {
-      EXPECT_EQ(bits(dst), bits(score(65536)));
-    }
+    EXPECT_EQ(bits(dst), bits(used == 40000 ? run : used == 65536 ? -7.0f : score(65536))) << used;
   }
 }
 
-struct SelectCall {
-  std::vector<float> data = std::vector<float>(16, 1.0f), g = std::vector<float>(2, 0.0f);
-  std::vector<uint8_t> sl = std::vector<uint8_t>(2, 0xC0);
-  std::vector<float> dstStore = std::vector<float>(2, 5.0f);
-  const float *frames = data.data(), *means = data.data(), *vars = data.data(), *gc = g.data();
-  const uint8_t* list = sl.data();
-  float* dst = dstStore.data();
-  Vsp32s step = 4, width = 3, count = 2, frameCount = 2;
-  OutputWatch out;
-  SelectCall() { out.watch(dst, 2 * sizeof(float)); }
-  VspStatus call() {
-    return vspsLogGaussMixture_Select_32f_D2(frames, means, vars, step, width, gc, list, count, dst,
-                                             frameCount, 0.0f);
-  }
-};
+// ---- Checks --------------------------------------------------------------------------------
 
-TEST(GaussMixtureSelect, RefusalsPointersSizesStepThenMemory) {
-  using F = SelectCall;
-  expectRefusals<F>({
-      {"null frames", [](F& f) { f.frames = nullptr; }, vspStatusNullPointer},
-      {"null vars", [](F& f) { f.vars = nullptr; }, vspStatusNullPointer},
-      {"null constants", [](F& f) { f.gc = nullptr; }, vspStatusNullPointer},
-      {"null shortlist", [](F& f) { f.list = nullptr; }, vspStatusNullPointer},
-      {"null dst, bad step", [](F& f) { f.dst = nullptr, f.step = 1; }, vspStatusNullPointer},
-      {"no width", [](F& f) { f.width = 0; }, vspStatusBadSize},
-      {"no components", [](F& f) { f.count = 0; }, vspStatusBadSize},
-      {"no frames, bad step", [](F& f) { f.frameCount = -1, f.step = 1; }, vspStatusBadSize},
-      {"step below width", [](F& f) { f.step = 2; }, vspStatusBadStep},
-  });
-  F f;
-  f.out.snapshot();
-  const SweepResult r = sweepAllocationFailures([&] { return f.call(); },
-                                                [&](int) { EXPECT_TRUE(f.out.unchanged()); });
+// Float and double members check the pointers before the step, 16-bit ones
+// the step first; the shortlist members check the sizes before the step, then
+// take their counters, and fail cleanly without them.
+TEST(GaussMixture, RefusalsInEachMembersOrder) {
+  // clang-format off
+  expectOrder(Order::PtrStepSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_32f_D2(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.n[1], a.step, a.n[0], a.p(3, a.f), a.p(4, a.f)); });
+  expectOrder(Order::PtrStepSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_64f_D2(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.n[1], a.step, a.n[0], a.p(3, a.d), a.p(4, a.d)); });
+  expectOrder(Order::PtrStepSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVar_32f_D2(a.p(0, a.f), a.p(1, a.f), a.n[1], a.step, a.n[0], a.p(2, a.f), a.p(3, a.f)); });
+  expectOrder(Order::PtrStepSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVar_64f_D2(a.p(0, a.d), a.p(1, a.d), a.n[1], a.step, a.n[0], a.p(2, a.d), a.p(3, a.d)); });
+  expectOrder(Order::StepPtrSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_Scaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[1], a.step, a.n[0], a.p(3, a.f), a.p(4, a.f), 0); });
+  expectOrder(Order::StepPtrSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_LowScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[1], a.step, a.n[0], a.p(3, a.f), a.p(4, a.f), 0); });
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVarScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.n[1], a.step, a.n[0], a.p(2, a.f), a.p(3, a.f), 0); });
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVarLowScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.n[1], a.step, a.n[0], a.p(2, a.f), a.p(3, a.f), 0); });
+  expectOrder(Order::PtrSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_32f_D2L(a.p(0, a.f), a.p(1, a.fr), a.p(2, a.fr), a.n[1], a.n[0], a.p(3, a.f), a.p(4, a.f)); });
+  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVarLowScaled_16s32f_D2L(a.p(0, a.s), a.p(1, a.sr), a.n[1], a.n[0], a.p(2, a.f), a.p(3, a.f), 0); });
+  expectOrder(Order::PtrSizeStep, 6, 3, [](Args& a) { return vspsLogGaussMixture_Select_32f_D2(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.step, a.n[0], a.p(3, a.f), a.p(4, a.u), a.n[1], a.p(5, a.f), a.n[2], 0); });
+  expectOrder(Order::PtrSizeStep, 5, 3, [](Args& a) { return vspsLogGaussMixture_SelectIdVarScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.step, a.n[0], a.p(2, a.f), a.p(3, a.u), a.n[1], a.p(4, a.f), a.n[2], 0, 0); });
+  expectOrder(Order::PtrSize, 6, 3, [](Args& a) { return vspsLogGaussMixture_SelectScaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.sr), a.p(2, a.sr), a.n[0], a.p(3, a.f), a.p(4, a.u), a.n[1], a.p(5, a.f), a.n[2], 0, 0); });
+  // clang-format on
+  Args a;
+  a.out.snapshot();
+  const SweepResult r = sweepAllocationFailures(
+      [&] {
+        return vspsLogGaussMixture_Select_32f_D2(a.f, a.f, a.f, a.step, a.n[0], a.f, a.u, a.n[1],
+                                                 a.f + 24, a.n[2], 0);
+      },
+      [&](int) { EXPECT_TRUE(a.out.unchanged()); });
   EXPECT_EQ(r.allocationPoints, 1);
-  EXPECT_EQ(r.finalStatus, vspStatusOk);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "scoring/gauss_sum.h"
-#include "scoring/rows_reference.h"
+#include "scoring/scoring_support.h"
 
 namespace {
 
@@ -49,8 +49,8 @@ void againstLongDouble(const Single<In, Out> (&members)[N]) {
         std::vector<In> s(n), m(n), v(n);
         LD sum = 0;
         for (int i = 0; i < n; ++i) {
-          s[i] = randomValue<In>(r, false), m[i] = randomValue<In>(r, false);
-          v[i] = randomValue<In>(r, true);
+          s[i] = dataOf<In>(r), m[i] = dataOf<In>(r);
+          v[i] = weightOf<In>(r);
           const LD d = LD(s[i]) - m[i];
           sum += !mb.var ? d * d : mb.direct ? d * d / v[i] : d * d * v[i];
         }
@@ -277,9 +277,9 @@ TEST(LogGaussSingleBlockDVar, MembersAgreeWithTheQuadraticForm) {
     std::vector<double> s64(n), m64(n);
     std::vector<int16_t> s16(n), m16(n);
     for (int i = 0; i < n; ++i) {
-      s[i] = randomValue<float>(r, 0), m[i] = randomValue<float>(r, 0);
-      s64[i] = randomValue<double>(r, 0), m64[i] = randomValue<double>(r, 0);
-      s16[i] = randomValue<int16_t>(r, 0), m16[i] = randomValue<int16_t>(r, 0);
+      s[i] = dataOf<float>(r), m[i] = dataOf<float>(r);
+      s64[i] = dataOf<double>(r), m64[i] = dataOf<double>(r);
+      s16[i] = dataOf<int16_t>(r), m16[i] = dataOf<int16_t>(r);
     }
     Guarded<float> f(1);
     double g;
@@ -365,71 +365,32 @@ TEST(BlockDMatrix, RefusalsAndAllocationFailure) {
 }
 
 // ---- Refusals --------------------------------------------------------------------------
-//
-// One member of each kind through one fixture: each call must give the same
-// status, which is the fixture's. The block-diagonal members share the data
-// (an object of total size 3 against a len of 3).
-struct SingleFixture {
-  float s[4] = {1, 2, 3, 4}, m[4] = {0, 0, 0, 0}, v[4] = {1, 1, 1, 1};
-  int16_t s16[4] = {1, 2, 3, 4}, m16[4] = {0}, v16[4] = {1, 1, 1, 1};
-  double s64[4] = {1, 2, 3, 4}, m64[4] = {0}, v64[4] = {1, 1, 1, 1};
-  BlockModel bm{{1, 2}, 3};
-  const float *ps = s, *pm = m, *pv = v;
-  const int16_t *ps16 = s16, *pm16 = m16, *pv16 = v16;
-  const double *ps64 = s64, *pm64 = m64, *pv64 = v64;
-  const VspBlockDMatrix *o32 = bm.o32, *o16 = bm.o16;
-  float f = 0, *pf = &f;
-  double d = 0, *pd = &d;
-  int32_t i = 0, *pi = &i;
-  int len = 3;
-  OutputWatch out;
-  SingleFixture() { out.watch(&f, sizeof f), out.watch(&d, sizeof d), out.watch(&i, sizeof i); }
-  VspStatus call() {
-    const VspStatus r[] = {
-        vspsLogGaussSingle_32f(ps, pm, pv, len, pf, 0),
-        vspsLogGaussSingle_32f64f(ps, pm, pv, len, pd, 0),
-        vspsLogGaussSingle_Low_16s32s_Sfs(ps16, pm16, pv16, len, pi, 0, 0),
-        vspsLogGaussSingle_LowScaled_16s32f(ps16, pm16, pv16, len, pf, 0, 0),
-        vspsLogGaussSingle_IdVar_64f(ps64, pm64, len, pd, 0),
-        vspsLogGaussSingle_IdVar_16s32s_Sfs(ps16, pm16, len, pi, 0, 0),
-        vspsLogGaussSingle_DirectVar_64f(ps64, pm64, pv64, len, pd, 0),
-        vspsLogGaussSingle_DirectVar_16s32s_Sfs(ps16, pm16, pv16, len, pi, 0, 0),
-        vspsLogGaussSingle_DirectVarScaled_16s32f(ps16, pm16, pv16, len, pf, 0, 0),
-        vspsLogGaussSingle_BlockDVar_32f(ps, pm, o32, len, pf, 0),
-        vspsLogGaussSingle_BlockDVar_16s32s_Sfs(ps16, pm16, o16, len, pi, 0, 0),
-        vspsMahDistSingle_64f(ps64, pm64, pv64, len, pd),
-        vspsMahDistSingle_16s32s_Sfs(ps16, pm16, pv16, len, pi, 0),
-    };
-    for (VspStatus st : r) EXPECT_EQ(st, r[0]);
-    return r[0];
-  }
-};
 
-TEST(LogGaussSingle, RefusalsPointersThenSizeThenObject) {
-  using F = SingleFixture;
-  auto nullSrc = [](F& f) { f.ps = nullptr, f.ps16 = nullptr, f.ps64 = nullptr; };
-  expectRefusals<F>({
-      {"src null", nullSrc, vspStatusNullPointer},
-      {"mean null", [](F& f) { f.pm = nullptr, f.pm16 = nullptr, f.pm64 = nullptr; },
-       vspStatusNullPointer},
-      {"dst null", [](F& f) { f.pf = nullptr, f.pd = nullptr, f.pi = nullptr; },
-       vspStatusNullPointer},
-      {"len 0", [](F& f) { f.len = 0; }, vspStatusBadSize},
-      {"len INT32_MIN", [](F& f) { f.len = INT32_MIN; }, vspStatusBadSize},
-      {"null before size", [&](F& f) { f.len = 0, nullSrc(f); }, vspStatusNullPointer},
-  });
-  // The members with a var (or object) argument refuse it null; the block
-  // members also refuse a len that is not the object's.
-  F f;
+TEST(LogGaussSingle, RefusalsPointersThenSize) {
+  const BlockModel model({2, 3}, 3);  // an object of the calls' length, 5
+  static const BlockModel* bm;
+  bm = &model;
+  // clang-format off
+  const Order o = Order::PtrSize;
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_32f64f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.d), 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_Low_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), 0, 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_LowScaled_16s32f(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.f), 0, 0); });
+  expectOrder(o, 3, 1, [](Args& a) { return vspsLogGaussSingle_IdVar_64f(a.p(0, a.d), a.p(1, a.d), a.n[0], a.p(2, a.d), 0); });
+  expectOrder(o, 3, 1, [](Args& a) { return vspsLogGaussSingle_IdVar_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.n[0], a.p(2, a.i), 0, 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_DirectVar_64f(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.n[0], a.p(3, a.d), 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), 0, 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_DirectVarScaled_16s32f(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.f), 0, 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_BlockDVar_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, bm->o32), a.n[0], a.p(3, a.f), 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_BlockDVar_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, bm->o16), a.n[0], a.p(3, a.i), 0, 0); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsMahDistSingle_64f(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.n[0], a.p(3, a.d)); });
+  expectOrder(o, 4, 1, [](Args& a) { return vspsMahDistSingle_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), 0); });
+  // clang-format on
+  // The block members also refuse a length that is not the object's.
   Guarded<float> out(1);
-  EXPECT_EQ(vspsLogGaussSingle_32f(f.s, f.m, nullptr, 3, out.data(), 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussSingle_DirectVarScaled_16s32f(f.s16, f.m16, nullptr, 3, out.data(), 0, 0),
-            vspStatusNullPointer);
-  EXPECT_EQ(vspsMahDistSingle_16s32f(f.s16, f.m16, nullptr, 3, out.data()), vspStatusNullPointer);
-  EXPECT_EQ(vspsLogGaussSingle_BlockDVar_32f(f.s, f.m, nullptr, 3, out.data(), 0),
-            vspStatusNullPointer);
-  for (int len : {2, 4})
-    EXPECT_EQ(vspsLogGaussSingle_BlockDVar_32f(f.s, f.m, f.o32, len, out.data(), 0),
+  const float x[8] = {};
+  for (int len : {4, 6})
+    EXPECT_EQ(vspsLogGaussSingle_BlockDVar_32f(x, x, bm->o32, len, out.data(), 0),
               vspStatusBadSize);
   EXPECT_TRUE(out.untouched());
 }

@@ -2,12 +2,11 @@
 // over the whole difference, the stated floors and table, the integer forms,
 // and the size-before-pointer order of checks.
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <vector>
 
 #include "scoring/logadd.h"
-#include "scoring/rows_reference.h"
+#include "scoring/scoring_support.h"
 
 namespace {
 
@@ -262,29 +261,21 @@ TEST(LogSum, IntegersKeepRealUnitsAndFloorThroughSingle) {
 // ---- Checks: size first, then pointers -----------------------------------------------
 
 TEST(LogDomain, SizeIsCheckedBeforePointers) {
-  float f = 0;
-  double d = 0;
-  Vsp16s h = 0;
-  Vsp32s i = 0;
-  // Each member with both arrays (ok) or one of them null, at a length.
-  const std::function<VspStatus(bool, Vsp32s)> members[] = {
-      [&](bool ok, Vsp32s n) { return vspsLogAdd_32f(&f, ok ? &f : nullptr, n, 0); },
-      [&](bool ok, Vsp32s n) { return vspsLogAdd_64f(ok ? &d : nullptr, &d, n, 3); },
-      [&](bool ok, Vsp32s n) { return vspsLogAdd_16s_Sfs(&h, ok ? &h : nullptr, n, 0, 1); },
-      [&](bool ok, Vsp32s n) { return vspsLogAdd_32s_Sfs(ok ? &i : nullptr, &i, n, 0, 0); },
-      [&](bool ok, Vsp32s n) { return vspsLogSub_32f(ok ? &f : nullptr, &f, n); },
-      [&](bool ok, Vsp32s n) { return vspsLogSub_64f(&d, ok ? &d : nullptr, n); },
-      [&](bool ok, Vsp32s n) { return vspsLogSub_16s_Sfs(&h, ok ? &h : nullptr, n, 0); },
-      [&](bool ok, Vsp32s n) { return vspsLogSub_32s_Sfs(ok ? &i : nullptr, &i, n, 0); },
-      [&](bool ok, Vsp32s n) { return vspsLogSum_32f(&f, ok ? &f : nullptr, n); },
-      [&](bool ok, Vsp32s n) { return vspsLogSum_64f(ok ? &d : nullptr, &d, n); },
-      [&](bool ok, Vsp32s n) { return vspsLogSum_16s_Sfs(&h, ok ? &h : nullptr, n, 0); },
-      [&](bool ok, Vsp32s n) { return vspsLogSum_32s_Sfs(ok ? &i : nullptr, &i, n, 0); },
-  };
-  for (const auto& call : members) {
-    for (Vsp32s len : {0, -1, INT32_MIN}) EXPECT_EQ(call(false, len), vspStatusBadSize);
-    EXPECT_EQ(call(false, 1), vspStatusNullPointer);
-  }
+  // clang-format off
+  const Order o = Order::SizePtr;
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogAdd_32f(a.p(0, a.f), a.p(1, a.f + 16), a.n[0], 0); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogAdd_64f(a.p(0, a.d), a.p(1, a.d + 16), a.n[0], 3); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogAdd_16s_Sfs(a.p(0, a.s), a.p(1, a.s + 16), a.n[0], 0, 1); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogAdd_32s_Sfs(a.p(0, a.i), a.p(1, a.i + 16), a.n[0], 0, 0); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSub_32f(a.p(0, a.f + 16), a.p(1, a.f), a.n[0]); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSub_64f(a.p(0, a.d + 16), a.p(1, a.d), a.n[0]); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSub_16s_Sfs(a.p(0, a.s + 16), a.p(1, a.s), a.n[0], 0); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSub_32s_Sfs(a.p(0, a.i + 16), a.p(1, a.i), a.n[0], 0); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSum_32f(a.p(0, a.f), a.p(1, a.f + 16), a.n[0]); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSum_64f(a.p(0, a.d), a.p(1, a.d + 16), a.n[0]); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSum_16s_Sfs(a.p(0, a.s), a.p(1, a.s + 16), a.n[0], 0); });
+  expectOrder(o, 2, 1, [](Args& a) { return vspsLogSum_32s_Sfs(a.p(0, a.i), a.p(1, a.i + 16), a.n[0], 0); });
+  // clang-format on
 }
 
 }  // namespace

@@ -8,12 +8,11 @@
 #include <vector>
 
 #include "scoring/gauss_multimix.h"
-#include "support/harness.h"
+#include "scoring/scoring_support.h"
 
 namespace {
 
 using namespace vsptest;
-using LD = long double;
 
 // ---- One observation against many Gaussians ----------------------------------------------
 
@@ -58,18 +57,10 @@ const Member<int16_t, float> kScaled[] = {SCALED(Scaled, , Store, NOG), SCALED(L
 const Member<int16_t, int32_t> kInt[] = {INT(, , Store, NOG), INT(Low_, , Store, NOG), INT(, Max, Max, WITHG), INT(Low_, Max, Max, WITHG)};
 // clang-format on
 
-template <class T>
-T randomIn(Rng& rng, bool var) {
-  // A quarter of the 16-bit variances are huge: the integer scores saturate.
-  if constexpr (sizeof(T) == 2)
-    return T(!var ? rng.integer(-300, 300) : rng.integer(0, 3) ? rng.integer(1, 40) : 32767);
-  return T(var ? std::exp(rng.uniform(-4, 4)) : rng.uniform(-3, 3));
-}
 template <class O>
 O reduced(Reduce r, O dst, O score) {
   if (r != Reduce::Add) return r == Reduce::Max && dst >= score ? dst : score;
-  if constexpr (std::is_same_v<O, float>) vspsLogAdd_32f(&score, &dst, 1, vspHintDefault);
-  if constexpr (std::is_same_v<O, double>) vspsLogAdd_64f(&score, &dst, 1, vspHintDefault);
+  if constexpr (std::is_floating_point_v<O>) return logAddRef(dst, score);
   return dst;
 }
 // A bound on the rounding of a sum over `width` terms of total magnitude mag.
@@ -79,16 +70,15 @@ LD bound(int width, LD mag) {
 }
 
 // Every member in both layouts over widths (vector tails), counts (groups of
-// four, batches), gaps holding NaN and misaligned rows. Float sums are
-// grouped freely: they agree with the single-observation kernels within a
-// bound; integer scores exactly (epsilon is 0), and so do the frames of
-// MahDist, which keep the single-observation order. The first member's rows
-// also go through the free-order kernels of every tier.
+// four, batches), gaps that must never be read and misaligned rows. Float
+// sums are grouped freely: they agree with the single-observation kernels
+// within a bound; integer scores exactly (epsilon is 0), and so do the frames
+// of MahDist, which keep the single-observation order. The first member's
+// rows also go through the free-order kernels of every tier.
 template <class T, class O, size_t N>
 void againstSingle(const Member<T, O> (&members)[N], uint64_t seed) {
   SCOPED_TRACE(seedTrace(seed));
   Rng rng(seed);
-  const T gap = std::is_integral_v<T> ? T(12345) : std::numeric_limits<T>::quiet_NaN();
   using Acc = std::conditional_t<std::is_integral_v<O>, int64_t, O>;
   for (const Member<T, O>& mb : members)
     for (int width : lengthsAround(8))
@@ -96,40 +86,39 @@ void againstSingle(const Member<T, O> (&members)[N], uint64_t seed) {
         for (int extra : {0, 3}) {
           SCOPED_TRACE(testing::Message() << mb.name << " width " << width << " count " << count);
           const int step = width + extra;
-          Guarded<T> means(size_t(count) * step, extra * sizeof(T)), vars(means.size()),
-              src(width, sizeof(T));
-          for (size_t i = 0; i < means.size(); ++i) {
-            const bool in = int(i % step) < width;
-            means[i] = in ? randomIn<T>(rng, false) : gap, vars[i] = in ? randomIn<T>(rng, 1) : gap;
-          }
-          for (int i = 0; i < width; ++i) src[i] = randomIn<T>(rng, false);
+          const Matrix<T> means(rng, count, width, step, dataOf<T>, extra * sizeof(T)),
+              vars(rng, count, width, step, weightOf<T>), src(rng, 1, width, width, dataOf<T>, 2);
           std::vector<O> g(count), start(count);
-          std::vector<const T*> mr(count), vr(count);
+          std::vector<const T*> vr = vars.rows;
           Guarded<O> a(count), b(count);
           for (int k = 0; k < count; ++k) {
             g[k] = O(rng.integer(-60, 40)), start[k] = O(rng.integer(-400, 100));
             a[k] = b[k] = mb.reduce == Reduce::Store ? g[k] : start[k];
-            mr[k] = &means[size_t(k) * step], vr[k] = &vars[mb.frames ? 0 : size_t(k) * step];
+            if (mb.frames) vr[k] = vars.rows[0];
           }
-          ASSERT_EQ(mb.d2(&means[0], &vars[0], step, &src[0], width, &g[0], &a[0], count, 3), 0);
-          ASSERT_EQ(mb.d2l(&mr[0], &vr[0], &src[0], width, &g[0], &b[0], count, 3), 0);
+          ASSERT_EQ(
+              mb.d2(means.data(), vars.data(), step, src.data(), width, &g[0], &a[0], count, 3), 0);
+          ASSERT_EQ(mb.d2l(means.rows.data(), vr.data(), src.data(), width, &g[0], &b[0], count, 3),
+                    0);
           ASSERT_TRUE(a.guardsIntact() && b.guardsIntact());
           std::vector<LD> sum(count);
           for (int k = 0; k < count; ++k) {
-            for (int i = 0; i < width; ++i) sum[k] += std::pow(LD(src[i]) - mr[k][i], 2) * vr[k][i];
+            for (int i = 0; i < width; ++i)
+              sum[k] += std::pow(LD(src.data()[i]) - means.rows[k][i], 2) * vr[k][i];
             const LD mag = sum[k] + 2 * std::fabs(LD(g[k])) + std::fabs(LD(start[k]));
-            const O one = mb.single(&src[0], mr[k], vr[k], width, g[k], 3);
+            const O one = mb.single(src.data(), means.rows[k], vr[k], width, g[k], 3);
             ASSERT_NEAR(a[k], reduced(mb.reduce, start[k], one),
                         mb.frames ? 0 : bound<O>(width, mag))
                 << k;
             ASSERT_EQ(a[k], b[k]) << k;
           }
           std::vector<Acc> zero(count), out(count);
-          const T* sp = &src[0];
+          const T* sp = src.data();
           for (vsp::Tier tier : hostTiers())
             if (&mb == members) {
-              vsp::FreeOrderSums::run(tier, vsp::RowBatch<T, Acc>{&sp, &mr[0], &vr[0], &zero[0],
-                                                                  &out[0], count, width, 1, 0});
+              vsp::FreeOrderSums::run(
+                  tier, vsp::RowBatch<T, Acc>{&sp, means.rows.data(), vr.data(), &zero[0], &out[0],
+                                              count, width, 1, 0});
               for (int k = 0; k < count; ++k)
                 ASSERT_NEAR(out[k], sizeof(T) == 2 ? sum[k] : -sum[k], bound<Acc>(width, sum[k]))
                     << tierName(tier) << " " << k;
@@ -268,67 +257,22 @@ TEST(OutProbAndScaleLM, IntegerHalvingWrapsAndFloorsTakeNaN) {
 }
 
 // ---- Checks in each family's order ---------------------------------------------------------
-//
-// One fixture with valid arguments of every element type; a row nulls one
-// pointer argument (by position), all of them, or spoils a size or the step,
-// and the status expected follows from the export's order of checks.
 
-struct Args {
-  static inline VspStatus (*fn)(Args&) = nullptr;
-  float f[32];
-  double d[32];
-  int16_t s[32];
-  int32_t i[32];
-  const float* fr[4] = {f, f + 8, f + 16, f + 24};
-  const int16_t* sr[4] = {s, s + 8, s + 16, s + 24};
-  int nul = -1;  // the pointer argument made null; -2 for all of them
-  Vsp32s step = 8, width = 5, len = 3;
-  OutputWatch out;
-  Args() {
-    for (int k = 0; k < 32; ++k) f[k] = d[k] = s[k] = i[k] = 1;
-    out.watch(f, sizeof f), out.watch(d, sizeof d), out.watch(s, sizeof s), out.watch(i, sizeof i);
-  }
-  template <class T>
-  T* p(int k, T* x) {
-    return nul == k || nul == -2 ? nullptr : x;
-  }
-  VspStatus call() { return fn(*this); }
-};
-
-enum class Order { StepPtrSize, PtrSize, SizePtr };
-void refusals(Order order, int pointers, bool width, VspStatus (*fn)(Args&)) {
-  Args::fn = fn;
-  std::vector<Refusal<Args>> t = {
-      {"negative length", [](Args& a) { a.len = -1; }, vspStatusBadSize}};
-  if (order == Order::StepPtrSize)
-    t.push_back({"bad step, nothing else valid", [](Args& a) { a.step = 4, a.nul = -2, a.len = 0; },
-                 vspStatusBadStep});
-  for (int k = 0; k < pointers; ++k) {
-    t.push_back({"null " + std::to_string(k), [k](Args& a) { a.nul = k; }, vspStatusNullPointer});
-    t.push_back({"null, no length " + std::to_string(k), [k](Args& a) { a.nul = k, a.len = 0; },
-                 order == Order::SizePtr ? vspStatusBadSize : vspStatusNullPointer});
-  }
-  if (width) t.push_back({"no width", [](Args& a) { a.width = 0; }, vspStatusBadSize});
-  t.push_back({"no length, rows never read",
-               [](Args& a) { a.fr[0] = nullptr, a.sr[0] = nullptr, a.len = 0; }, vspStatusBadSize});
-  expectRefusals<Args>(t);
-}
-
-// Members of each order and layout; `len` stands for the count, height or length.
+// One member of each order and layout.
 TEST(Refusals, EachFamilyInItsOrder) {
   // clang-format off
-  refusals(Order::StepPtrSize, 5, true, [](Args& a) { return vspsLogGaussMaxMultiMix_32f_D2(a.p(0, a.f), a.p(1, a.f), a.step, a.p(2, a.f), a.width, a.p(3, a.f), a.p(4, a.f), a.len); });
-  refusals(Order::StepPtrSize, 4, true, [](Args& a) { return vspsLogGaussMultiMix_Low_16s32s_D2Sfs(a.p(0, a.s), a.p(1, a.s), a.step, a.p(2, a.s), a.width, a.p(3, a.i), a.len, 0); });
-  refusals(Order::PtrSize, 5, true, [](Args& a) { return vspsLogGaussAddMultiMix_Scaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.sr), a.p(2, a.s), a.width, a.p(3, a.f), a.p(4, a.f), a.len, 0); });
-  refusals(Order::StepPtrSize, 4, true, [](Args& a) { return vspsMahDistMultiMix_64f_D2(a.p(0, a.d), a.p(1, a.d), a.step, a.p(2, a.d), a.width, a.p(3, a.d), a.len); });
-  refusals(Order::PtrSize, 4, true, [](Args& a) { return vspsMahDistMultiMix_32f_D2L(a.p(0, a.fr), a.p(1, a.fr), a.p(2, a.f), a.width, a.p(3, a.f), a.len); });
-  refusals(Order::StepPtrSize, 4, true, [](Args& a) { return vspsMahDist_32f_D2(a.p(0, a.f), a.step, a.p(1, a.f), a.p(2, a.f), a.width, a.p(3, a.f), a.len); });
-  refusals(Order::PtrSize, 4, true, [](Args& a) { return vspsMahDist_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.p(2, a.f), a.width, a.p(3, a.f), a.len); });
-  refusals(Order::PtrSize, 5, false, [](Args& a) { return vspsBhatDist_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.p(3, a.f), a.len, a.p(4, a.f)); });
-  refusals(Order::PtrSize, 5, false, [](Args& a) { return vspsBhatDistSLog_32f64f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.p(3, a.f), a.len, a.p(4, a.d), 1, 1); });
-  refusals(Order::SizePtr, 5, false, [](Args& a) { return vspsGaussianDist_64f(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.p(3, a.d), a.len, a.p(4, a.d), 1, 1, 1, 1); });
-  refusals(Order::PtrSize, 3, false, [](Args& a) { return vspsOutProbPreCalc_32s(a.p(0, a.i), a.p(1, a.i), a.p(2, a.i), a.len); });
-  refusals(Order::PtrSize, 2, false, [](Args& a) { return vspsScaleLM_16s32s(a.p(0, a.s), a.p(1, a.i), a.len, 0, 1, 0); });
+  expectOrder(Order::StepPtrSize, 5, 2, [](Args& a) { return vspsLogGaussMaxMultiMix_32f_D2(a.p(0, a.f), a.p(1, a.f), a.step, a.p(2, a.f), a.n[0], a.p(3, a.f), a.p(4, a.f), a.n[1]); });
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussMultiMix_Low_16s32s_D2Sfs(a.p(0, a.s), a.p(1, a.s), a.step, a.p(2, a.s), a.n[0], a.p(3, a.i), a.n[1], 0); });
+  expectOrder(Order::PtrSize, 5, 2, [](Args& a) { return vspsLogGaussAddMultiMix_Scaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.sr), a.p(2, a.s), a.n[0], a.p(3, a.f), a.p(4, a.f), a.n[1], 0); });
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsMahDistMultiMix_64f_D2(a.p(0, a.d), a.p(1, a.d), a.step, a.p(2, a.d), a.n[0], a.p(3, a.d), a.n[1]); });
+  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsMahDistMultiMix_32f_D2L(a.p(0, a.fr), a.p(1, a.fr), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1]); });
+  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsMahDist_32f_D2(a.p(0, a.f), a.step, a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1]); });
+  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsMahDist_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1]); });
+  expectOrder(Order::PtrSize, 5, 1, [](Args& a) { return vspsBhatDist_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.p(3, a.f), a.n[0], a.p(4, a.f)); });
+  expectOrder(Order::PtrSize, 5, 1, [](Args& a) { return vspsBhatDistSLog_32f64f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.p(3, a.f), a.n[0], a.p(4, a.d), 1, 1); });
+  expectOrder(Order::SizePtr, 5, 1, [](Args& a) { return vspsGaussianDist_64f(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.p(3, a.d), a.n[0], a.p(4, a.d), 1, 1, 1, 1); });
+  expectOrder(Order::PtrSize, 3, 1, [](Args& a) { return vspsOutProbPreCalc_32s(a.p(0, a.i), a.p(1, a.i), a.p(2, a.i), a.n[0]); });
+  expectOrder(Order::PtrSize, 2, 1, [](Args& a) { return vspsScaleLM_16s32s(a.p(0, a.s), a.p(1, a.i), a.n[0], 0, 1, 0); });
   // clang-format on
 }
 

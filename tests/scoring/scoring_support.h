@@ -1,0 +1,192 @@
+// What the scoring tests share: scalar definitions of the Gaussian sums,
+// written from the documented orders; random values and stepped matrices
+// whose gaps must never be read; the one-element log-add; and the refusal
+// tables of every order of checks.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "support/harness.h"
+
+namespace vsptest {
+
+using LD = long double;
+
+template <class T, class In>
+T termOf(const In* s, const In* m, const In* v, int64_t i) {
+  const T d = T(s[i]) - T(m[i]);
+  return v ? (d * d) * T(v[i]) : d * d;
+}
+
+// The lane folds: single precision as two sets of four, added, then
+// (c0 + c2) + (c1 + c3); double as four sets of two, added pairwise.
+inline float foldRef(const float* a) {
+  const float c0 = a[0] + a[4], c1 = a[1] + a[5], c2 = a[2] + a[6], c3 = a[3] + a[7];
+  return (c0 + c2) + (c1 + c3);
+}
+inline double foldRef(const double* a) {
+  return ((a[0] + a[2]) + (a[4] + a[6])) + ((a[1] + a[3]) + (a[5] + a[7]));
+}
+
+// A row's accumulator: from `init`, terms taken one by one up to the 16-byte
+// boundary of var (mean without var) when `aligned` (from the first element
+// otherwise), then rounds of 8 lanes folded and taken at once, then the rest
+// one by one. Rows too short for a round take every term one by one.
+template <class T, class In>
+T rowAccRef(const In* s, const In* m, const In* v, int n, T init, bool aligned, bool subtract) {
+  int p = 0;
+  if (aligned) {
+    const uintptr_t a = reinterpret_cast<uintptr_t>(v ? v : m);
+    p = a % sizeof(In) ? -1 : int(((16 - a % 16) % 16) / sizeof(In));
+  }
+  T acc = init;
+  auto take = [&](T x) { acc = subtract ? acc - x : acc + x; };
+  int i = 0;
+  if (p >= 0 && n >= p + 8) {
+    for (; i < p; ++i) take(termOf<T>(s, m, v, i));
+    T lanes[8] = {};
+    const int rounds = (n - p) / 8;
+    for (int r = 0; r < rounds; ++r)
+      for (int k = 0; k < 8; ++k) lanes[k] += termOf<T>(s, m, v, i + 8 * r + k);
+    take(foldRef(lanes));
+    i += 8 * rounds;
+  }
+  for (; i < n; ++i) take(termOf<T>(s, m, v, i));
+  return acc;
+}
+
+// The exact integer sum, in 128 bits (the members wrap it to 64).
+using i128 = __int128;
+inline i128 rowSumRef16(const int16_t* s, const int16_t* m, const int16_t* v, int n) {
+  i128 sum = 0;
+  for (int i = 0; i < n; ++i) sum += i128(s[i] - m[i]) * (s[i] - m[i]) * (v ? v[i] : 1);
+  return sum;
+}
+
+// The scale-factor shift of a 64-bit value, by division rather than shifts:
+// floor division by 2^k for k > 0, a left shift keeping 64 bits for k < 0,
+// the count taken modulo 64.
+inline int64_t shiftRef(int64_t v, int64_t k) {
+  const int c = int((k < 0 ? -k : k) % 64);
+  if (k < 0) return int64_t(uint64_t(i128(v) * (i128(1) << c)));
+  i128 q = i128(v) / (i128(1) << c);
+  return int64_t(q - (i128(v) % (i128(1) << c) < 0));
+}
+inline int32_t wrap32(i128 v) { return int32_t(uint32_t(uint64_t(v))); }
+inline int32_t clamp32(i128 v) {
+  return v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : int32_t(v);
+}
+
+// One-element log-adds through the exports: the step that every scoring
+// family applies when a score meets a running value.
+inline float logAddRef(float run, float score) {
+  vspsLogAdd_32f(&score, &run, 1, vspHintDefault);
+  return run;
+}
+inline double logAddRef(double run, double score) {
+  vspsLogAdd_64f(&score, &run, 1, vspHintDefault);
+  return run;
+}
+
+// Data and weights; a quarter of the 16-bit weights are huge, so that the
+// integer scores saturate, and float weights span magnitudes that make any
+// change of summation order show in the bits.
+template <class T>
+T dataOf(Rng& r) {
+  return T(sizeof(T) == 2 ? r.integer(-300, 300) : r.uniform(-3, 3));
+}
+template <class T>
+T weightOf(Rng& r) {
+  if constexpr (sizeof(T) == 2) return T(r.integer(0, 3) ? r.integer(1, 40) : 32767);
+  return T(std::exp(r.uniform(-4, 4)));
+}
+
+// `n` rows of `width` values from `gen`, `step` apart, starting `misalign`
+// bytes past a 64-byte boundary, between guard zones. The gaps hold NaN (or
+// a large integer), so that a read of one shows in the results.
+template <class T>
+struct Matrix {
+  Guarded<T> g;
+  std::vector<const T*> rows;
+  Matrix(Rng& r, int n, int width, int step, T (*gen)(Rng&), size_t misalign = 0)
+      : g(size_t(n) * step, misalign), rows(n) {
+    for (size_t i = 0; i < g.size(); ++i) g[i] = int(i % step) < width ? gen(r) : gap();
+    for (int k = 0; k < n; ++k) rows[k] = g.data() + size_t(k) * step;
+  }
+  static T gap() { return std::is_integral_v<T> ? T(12345) : std::numeric_limits<T>::quiet_NaN(); }
+  const T* data() const { return g.data(); }
+};
+
+inline uint32_t bits(int32_t v) { return uint32_t(v); }
+
+// ---- Refusals ----------------------------------------------------------------------
+//
+// Valid arguments of every element type. A call takes its pointers through
+// p(k, array) (row-pointer arrays hold 4 rows), its sizes from n (the width
+// first, then counts) and its step from step. Each row of a table nulls
+// pointer k, or every pointer, or spoils a size or the step; the status it
+// expects follows from the family's order of checks. Values differ between
+// the halves of each array (1, then 2), so that a subtraction of the second
+// half from the first is valid.
+enum class Order { StepPtrSize, PtrStepSize, PtrSizeStep, PtrSize, SizePtr };
+struct Args {
+  static inline VspStatus (*fn)(Args&) = nullptr;
+  float f[32];
+  double d[32];
+  int16_t s[32];
+  int32_t i[32];
+  uint8_t u[32];
+  const float* fr[4] = {f, f + 8, f + 16, f + 24};
+  const double* dr[4] = {d, d + 8, d + 16, d + 24};
+  const int16_t* sr[4] = {s, s + 8, s + 16, s + 24};
+  int nul = -1;  // the pointer made null, -2 for all of them
+  Vsp32s step = 8, n[3] = {5, 3, 2};
+  OutputWatch out;
+  Args() {
+    for (int k = 0; k < 32; ++k) f[k] = d[k] = s[k] = i[k] = 2 - (k < 16), u[k] = 0xFF;
+    out.watch(f, sizeof f), out.watch(d, sizeof d), out.watch(s, sizeof s), out.watch(i, sizeof i);
+  }
+  template <class T>
+  T* p(int k, T* x) const {
+    return nul == k || nul == -2 ? nullptr : x;
+  }
+  VspStatus call() { return fn(*this); }
+};
+
+inline void expectOrder(Order o, int pointers, int sizes, VspStatus (*fn)(Args&)) {
+  Args::fn = fn;
+  const VspStatus kNull = vspStatusNullPointer, kSize = vspStatusBadSize, kStep = vspStatusBadStep;
+  const int last = sizes - 1;
+  std::vector<Refusal<Args>> t;
+  for (int k = 0; k < sizes; ++k)
+    t.push_back({"size " + std::to_string(k), [k](Args& a) { a.n[k] = k ? INT32_MIN : 0; }, kSize});
+  for (int k = 0; k < pointers; ++k) {
+    const std::string what = "null " + std::to_string(k);
+    t.push_back({what, [k](Args& a) { a.nul = k; }, kNull});
+    t.push_back({what + ", no size", [k, last](Args& a) { a.nul = k, a.n[last] = 0; },
+                 o == Order::SizePtr ? kSize : kNull});
+  }
+  // Row pointers are never looked at before the checks pass.
+  t.push_back(
+      {"rows never read",
+       [last](Args& a) { a.fr[0] = nullptr, a.dr[0] = nullptr, a.sr[0] = nullptr, a.n[last] = 0; },
+       kSize});
+  if (o == Order::StepPtrSize || o == Order::PtrStepSize || o == Order::PtrSizeStep) {
+    t.push_back({"step below width", [](Args& a) { a.step = 4; }, kStep});
+    t.push_back({"negative step", [](Args& a) { a.step = -1; }, kStep});
+    t.push_back({"bad step, every pointer null, no size",
+                 [last](Args& a) { a.step = 4, a.nul = -2, a.n[last] = 0; },
+                 o == Order::StepPtrSize ? kStep : kNull});
+    t.push_back({"bad step, no size", [last](Args& a) { a.step = 4, a.n[last] = 0; },
+                 o == Order::PtrSizeStep ? kSize : kStep});
+  }
+  expectRefusals<Args>(t);
+}
+
+}  // namespace vsptest
