@@ -1,6 +1,7 @@
-// Frame-block Gaussian evaluation: the four-rows-per-pass kernels of every
-// tier and the vector log-add against their scalar definitions, every export
-// in both layouts against the definition, the order of saturation, floors and
+// Frame-block Gaussian evaluation, and the sums under every scoring family:
+// the single-observation and four-rows-per-pass kernels of every tier and the
+// vector log-add against their scalar definitions, every block export in
+// both layouts against the definition, the order of saturation, floors and
 // ties, and the step-first order of checks.
 #include <algorithm>
 #include <cmath>
@@ -9,19 +10,22 @@
 #include <vector>
 
 #include "scoring/gauss_block.h"
+#include "scoring/gauss_sum.h"
 #include "scoring/scoring_support.h"
 
 namespace {
 
 using namespace vsptest;
 
-// ---- The row kernels of every tier --------------------------------------------------
+// ---- The kernels of every tier ---------------------------------------------------------
 //
 // Nine rows (two groups of four and one left over) of a matrix whose rows
 // start at every offset from a 16-byte boundary, against a shared vector
-// that does too: the rows of one mixture then have different plans.
+// that does too: the rows of one mixture then have different plans. Each row
+// also goes through the single-observation sum of its types (and float rows
+// through the widening one).
 template <class In, class Acc>
-void sweepRowKernels(uint64_t seed) {
+void sweepKernels(uint64_t seed, In (*data)(Rng&), In (*weight)(Rng&)) {
   SCOPED_TRACE(seedTrace(seed));
   Rng rng(seed);
   const int rows = 9;
@@ -34,42 +38,43 @@ void sweepRowKernels(uint64_t seed) {
           SCOPED_TRACE(testing::Message() << "width " << width << " gap " << gap << " shift "
                                           << shift << " shape " << shape);
           const size_t at = shift * sizeof(In), next = (shift + 1) % 4 * sizeof(In);
-          const Matrix<In> a(rng, rows, width, width + gap, dataOf<In>, at),
-              b(rng, rows, width, width + gap, weightOf<In>, at),
-              one(rng, 1, width, width, dataOf<In>, next),
-              two(rng, 1, width, width, weightOf<In>, at);
+          const Matrix<In> a(rng, rows, width, width + gap, data, at),
+              b(rng, rows, width, width + gap, weight, at), one(rng, 1, width, width, data, next),
+              two(rng, 1, width, width, weight, at);
           // Shared model: the frames a against (one, two); shared source: one
           // against the models (a, b).
           const In* const* src = sharedSrc ? one.rows.data() : a.rows.data();
           const In* const* mean = sharedSrc ? a.rows.data() : one.rows.data();
           const In* const* var = !hasVar ? nullptr : sharedSrc ? b.rows.data() : two.rows.data();
-          std::vector<Acc> init(rows), out(rows);
+          std::vector<Acc> init(rows), out;
           for (auto& x : init) x = aligned ? Acc(rng.uniform(-50, 50)) : Acc(0);
           for (vsp::Tier tier : hostTiers()) {
             SCOPED_TRACE(tierName(tier));
-            std::fill(out.begin(), out.end(), Acc(-1));
+            out.assign(rows, Acc(-1));
             vsp::rowSums(tier, vsp::RowBatch<In, Acc>{src, mean, var, init.data(), out.data(), rows,
                                                       width, sharedSrc, !sharedSrc});
             for (int r = 0; r < rows; ++r) {
-              const In* sr = src[sharedSrc ? 0 : r];
-              const In* mr = mean[sharedSrc ? r : 0];
-              const In* vr = var ? var[sharedSrc ? r : 0] : nullptr;
-              if constexpr (std::is_integral_v<Acc>)
-                ASSERT_EQ(out[r], int64_t(rowSumRef16(sr, mr, vr, width))) << "row " << r;
-              else
+              const In *s = src[sharedSrc ? 0 : r], *m = mean[sharedSrc ? r : 0];
+              const In* v = var ? var[sharedSrc ? r : 0] : nullptr;
+              if constexpr (std::is_integral_v<Acc>) {
+                ASSERT_EQ(out[r], int64_t(rowSumRef16(s, m, v, width))) << "row " << r;
+                ASSERT_EQ(vsp::sumSq16s(tier, s, m, v, width), out[r]) << "row " << r;
+              } else {
                 ASSERT_EQ(bits(out[r]),
-                          bits(rowAccRef<Acc>(sr, mr, vr, width, init[r], aligned, aligned)))
+                          bits(rowAccRef<Acc>(s, m, v, width, init[r], aligned, aligned)))
                     << "row " << r;
+                ASSERT_EQ(bits(vsp::sumSqOf<Acc>(tier, s, m, v, width)),
+                          bits(rowAccRef<Acc>(s, m, v, width, Acc(0), aligned, false)))
+                    << "row " << r;
+                if constexpr (std::is_same_v<In, float>) {
+                  ASSERT_EQ(bits(vsp::sumSqRuns32f64f(tier, s, m, v, width)),
+                            bits(rowAccRef<double>(s, m, v, width, 0.0, false, false)))
+                      << "row " << r;
+                }
+              }
             }
           }
         }
-}
-
-TEST(GaussRows, EveryTierFollowsTheDefinedOrder) {
-  sweepRowKernels<float, float>(101);
-  sweepRowKernels<double, double>(102);
-  sweepRowKernels<int16_t, float>(103);
-  sweepRowKernels<int16_t, int64_t>(104);
 }
 
 // The vectorised log-add of a row of scores into a row of running values is
@@ -81,11 +86,8 @@ void logAddLanes(uint64_t seed) {
   Rng rng(seed);
   const T nan = std::numeric_limits<T>::quiet_NaN(), inf = std::numeric_limits<T>::infinity();
   std::vector<T> run, score;
-  for (int i = 0; i < 3000; ++i) {
-    const T base = T(rng.uniform(-100, 100));
-    run.push_back(base);
-    score.push_back(T(base + rng.uniform(-30, 30)));
-  }
+  for (int i = 0; i < 3000; ++i)
+    run.push_back(T(rng.uniform(-100, 100))), score.push_back(T(run.back() + rng.uniform(-30, 30)));
   const T edge[][2] = {{0, 0},           {T(-0.0), 0},   {-1e7, -2e7},     {-9.5e9, -5e10},
                        {-9.1e9, -9.1e9}, {nan, 1},       {1, nan},         {inf, 1},
                        {-inf, -inf},     {-4.5e6, -1e7}, {3, T(3 - 2.55)}, {3, T(3 - 6.8)}};
@@ -104,64 +106,50 @@ void logAddLanes(uint64_t seed) {
       }
     }
 }
-TEST(GaussRows, LogAddLanesAreTheScalarStep) {
+TEST(GaussRows, EveryKernelOfEveryTierFollowsItsOrder) {
+  // Full-range 16-bit values reach the limits of the integer products.
+  const auto full16 = [](Rng& r) { return r.s16(); };
+  sweepKernels<float, float>(101, dataOf<float>, weightOf<float>);
+  sweepKernels<double, double>(102, dataOf<double>, weightOf<double>);
+  sweepKernels<int16_t, float>(103, full16, full16);
+  sweepKernels<int16_t, int64_t>(104, full16, full16);
   logAddLanes<float>(105);
   logAddLanes<double>(106);
 }
 
 // ---- The exports ----------------------------------------------------------------------
 //
-// Each member is described once: its two layouts (adapted to one signature),
-// how its score is formed and how it meets the destination.
-
+// Each member once: its two layouts adapted to one signature, how its score
+// is formed and how it meets the destination.
 enum class Reduce { Store, Max, Add };
 enum class Score { Half, Scaled, LowScaled, IntClamp, IntLow };
-
 template <class T, class O>
 struct Member {
   const char* name;
   VspStatus (*d2)(const T*, Vsp32s, const T*, const T*, Vsp32s, O*, Vsp32s, O, Vsp32s);
   VspStatus (*d2l)(const T* const*, const T*, const T*, Vsp32s, O*, Vsp32s, O, Vsp32s);
+  bool hasVar;
   Reduce reduce;
   Score score;
-  bool hasVar;
 };
-
-// Adapters to the common signature: with or without var, with or without a
-// scale factor (named "Sfs" in the integer members only).
-#define ADAPT(D2, D2L, ...)                                                                  \
-  [](auto s, Vsp32s st, auto m, [[maybe_unused]] auto v, Vsp32s w, auto d, Vsp32s h, auto g, \
-     [[maybe_unused]] Vsp32s sf) { return D2(s, st, m, __VA_ARGS__); },                      \
-      [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, auto d, Vsp32s h, auto g,        \
-         [[maybe_unused]] Vsp32s sf) { return D2L(s, m, __VA_ARGS__); }
-#define VAR(f) ADAPT(f##_D2, f##_D2L, v, w, d, h, g)
-#define NOVAR(f) ADAPT(f##_D2, f##_D2L, w, d, h, g)
-#define VAR_S(f) ADAPT(f##_D2, f##_D2L, v, w, d, h, g, sf)
-#define NOVAR_S(f) ADAPT(f##_D2, f##_D2L, w, d, h, g, sf)
-#define VAR_SF(f) ADAPT(f##_D2Sfs, f##_D2LSfs, v, w, d, h, g, sf)
-#define NOVAR_SF(f) ADAPT(f##_D2Sfs, f##_D2LSfs, w, d, h, g, sf)
-
-// A member of the store and max families (M2), and of the log-add one (M3).
-#define M2(v, A, score, var)                                           \
-  {"LogGauss_" #v, A(vspsLogGauss_##v), Reduce::Store, score, var}, {  \
-    "LogGaussMax_" #v, A(vspsLogGaussMax_##v), Reduce::Max, score, var \
-  }
-#define M3(v, A, score, var) \
-  M2(v, A, score, var), { "LogGaussAdd_" #v, A(vspsLogGaussAdd_##v), Reduce::Add, score, var }
-
-const Member<float, float> kF32[] = {M3(32f, VAR, Score::Half, true),
-                                     M3(IdVar_32f, NOVAR, Score::Half, false)};
-const Member<double, double> kF64[] = {M3(64f, VAR, Score::Half, true),
-                                       M3(IdVar_64f, NOVAR, Score::Half, false)};
-const Member<int16_t, float> kScaled[] = {
-    M3(Scaled_16s32f, VAR_S, Score::Scaled, true),
-    M3(LowScaled_16s32f, VAR_S, Score::LowScaled, true),
-    M3(IdVarScaled_16s32f, NOVAR_S, Score::Scaled, false),
-    M3(IdVarLowScaled_16s32f, NOVAR_S, Score::LowScaled, false)};
-const Member<int16_t, int32_t> kInt[] = {M2(16s32s, VAR_SF, Score::IntClamp, true),
-                                         M2(Low_16s32s, VAR_SF, Score::IntLow, true),
-                                         M2(IdVar_16s32s, NOVAR_SF, Score::IntClamp, false),
-                                         M2(IdVarLow_16s32s, NOVAR_SF, Score::IntLow, false)};
+// clang-format off
+#define WITH_VAR(f, D2, D2L, ...) \
+  [](auto s, Vsp32s st, auto m, auto v, Vsp32s w, auto d, Vsp32s h, auto g, [[maybe_unused]] Vsp32s sf) { return f##D2(s, st, m, v, w, d, h, g __VA_ARGS__); }, \
+  [](auto s, auto m, auto v, Vsp32s w, auto d, Vsp32s h, auto g, [[maybe_unused]] Vsp32s sf) { return f##D2L(s, m, v, w, d, h, g __VA_ARGS__); }, true
+#define NO_VAR(f, D2, D2L, ...) \
+  [](auto s, Vsp32s st, auto m, auto, Vsp32s w, auto d, Vsp32s h, auto g, [[maybe_unused]] Vsp32s sf) { return f##D2(s, st, m, w, d, h, g __VA_ARGS__); }, \
+  [](auto s, auto m, auto, Vsp32s w, auto d, Vsp32s h, auto g, [[maybe_unused]] Vsp32s sf) { return f##D2L(s, m, w, d, h, g __VA_ARGS__); }, false
+// The store and max members of a variant (M2), and its log-add member (M3).
+#define MEMBER(r, R, t, S, A, ...) {"LogGauss" #r "_" #t, A(vspsLogGauss##r##_##t, __VA_ARGS__), Reduce::R, Score::S}
+#define M2(t, S, A, ...) MEMBER(, Store, t, S, A, __VA_ARGS__), MEMBER(Max, Max, t, S, A, __VA_ARGS__)
+#define M3(t, S, A, ...) M2(t, S, A, __VA_ARGS__), MEMBER(Add, Add, t, S, A, __VA_ARGS__)
+const Member<float, float> kF32[] = {M3(32f, Half, WITH_VAR, _D2, _D2L), M3(IdVar_32f, Half, NO_VAR, _D2, _D2L)};
+const Member<double, double> kF64[] = {M3(64f, Half, WITH_VAR, _D2, _D2L), M3(IdVar_64f, Half, NO_VAR, _D2, _D2L)};
+const Member<int16_t, float> kScaled[] = {M3(Scaled_16s32f, Scaled, WITH_VAR, _D2, _D2L, , sf), M3(LowScaled_16s32f, LowScaled, WITH_VAR, _D2, _D2L, , sf),
+                                          M3(IdVarScaled_16s32f, Scaled, NO_VAR, _D2, _D2L, , sf), M3(IdVarLowScaled_16s32f, LowScaled, NO_VAR, _D2, _D2L, , sf)};
+const Member<int16_t, int32_t> kInt[] = {M2(16s32s, IntClamp, WITH_VAR, _D2Sfs, _D2LSfs, , sf), M2(Low_16s32s, IntLow, WITH_VAR, _D2Sfs, _D2LSfs, , sf),
+                                         M2(IdVar_16s32s, IntClamp, NO_VAR, _D2Sfs, _D2LSfs, , sf), M2(IdVarLow_16s32s, IntLow, NO_VAR, _D2Sfs, _D2LSfs, , sf)};
+// clang-format on
 
 // The score of one row by the scalar definitions.
 template <class T, class O>
@@ -235,25 +223,6 @@ TEST(GaussBlock, EveryMemberFollowsTheDefinition) {
 
 // ---- Saturation order, floors, ties ------------------------------------------------------
 
-// 64 elements of difference 32767: the shifted sum is far above 2^31 - 1. The
-// block form clamps it and subtracts in 32 bits (so -100 wraps to
-// 2147483549), Low keeps the low bits of the difference, Max compares the
-// finished score, signed.
-TEST(GaussBlock, IntegerMembersClampTheSumBeforeSubtracting) {
-  const std::vector<int16_t> src(64, 32767), mean(64, 0);
-  for (int32_t g : {100, -100}) {
-    int32_t blk = 0, low = 0, best = INT32_MIN + 5;
-    ASSERT_EQ(vspsLogGauss_IdVar_16s32s_D2Sfs(src.data(), 64, mean.data(), 64, &blk, 1, g, 0), 0);
-    ASSERT_EQ(vspsLogGauss_IdVarLow_16s32s_D2Sfs(src.data(), 64, mean.data(), 64, &low, 1, g, 0),
-              0);
-    ASSERT_EQ(vspsLogGaussMax_IdVar_16s32s_D2Sfs(src.data(), 64, mean.data(), 64, &best, 1, g, 0),
-              0);
-    EXPECT_EQ(blk, wrap32(i128(g) - INT32_MAX)) << g;
-    EXPECT_EQ(low, wrap32(i128(g) - (i128(64) * 32767 * 32767 >> 1))) << g;
-    EXPECT_EQ(best, std::max(blk, INT32_MIN + 5)) << g;
-  }
-}
-
 TEST(GaussBlock, AddKeepsTheFloorAndMaxKeepsTheBest) {
   // Two frames of zeros against a mean with one element at 10: sum 100. A
   // score of -1e7 against a destination at the floor: the floor stays.
@@ -278,12 +247,9 @@ TEST(GaussBlock, AddKeepsTheFloorAndMaxKeepsTheBest) {
 TEST(GaussBlock, RefusalsStepThenPointersThenSizes) {
   // clang-format off
   expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGauss_32f_D2(a.p(0, a.f), a.step, a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1], 0); });
-  expectOrder(Order::StepPtrSize, 3, 2, [](Args& a) { return vspsLogGaussMax_IdVar_64f_D2(a.p(0, a.d), a.step, a.p(1, a.d), a.n[0], a.p(2, a.d), a.n[1], 0); });
-  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussAdd_LowScaled_16s32f_D2(a.p(0, a.s), a.step, a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.f), a.n[1], 0, 0); });
-  expectOrder(Order::StepPtrSize, 3, 2, [](Args& a) { return vspsLogGauss_IdVarLow_16s32s_D2Sfs(a.p(0, a.s), a.step, a.p(1, a.s), a.n[0], a.p(2, a.i), a.n[1], 0, 0); });
-  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussAdd_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1], 0); });
-  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussMax_16s32s_D2LSfs(a.p(0, a.sr), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), a.n[1], 0, 0); });
-  expectOrder(Order::PtrSize, 3, 2, [](Args& a) { return vspsLogGauss_IdVarScaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.s), a.n[0], a.p(2, a.f), a.n[1], 0, 0); });
+  expectOrder(Order::StepPtrSize, 3, 2, [](Args& a) { return vspsLogGaussMax_IdVarLow_16s32s_D2Sfs(a.p(0, a.s), a.step, a.p(1, a.s), a.n[0], a.p(2, a.i), a.n[1], 0, 0); });
+  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussAdd_LowScaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.f), a.n[1], 0, 0); });
+  expectOrder(Order::PtrSize, 3, 2, [](Args& a) { return vspsLogGauss_IdVar_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.n[0], a.p(2, a.f), a.n[1], 0); });
   // clang-format on
 }
 

@@ -1,11 +1,10 @@
 // Single-observation Gaussian scores and distances: every float member
-// against long double, the fixed orders of summation bit for bit on every
-// tier, exact integer results, the direct-variance and block-diagonal forms
-// (with the matrix object they read), and the checks.
+// against long double, exact integer results, the direct-variance and
+// block-diagonal forms (with the matrix object they read), and the checks.
+// The sums under them are tested on every tier with the row kernels.
 #include <cmath>
 #include <vector>
 
-#include "scoring/gauss_sum.h"
 #include "scoring/scoring_support.h"
 
 namespace {
@@ -74,47 +73,6 @@ TEST(LogGaussSingle, FloatMembersAgreeWithLongDouble) {
   againstLongDouble(kS16);
 }
 
-// ---- The sums of every tier: the fixed float orders bit for bit, the exact integers ----
-
-TEST(GaussSum, EverySumFollowsItsOrderOnEveryTier) {
-  std::vector<int> lengths = lengthsAround(8), wide = lengthsAround(32);
-  lengths.insert(lengths.end(), wide.begin(), wide.end());
-  for (size_t misalign : {0, 4, 8, 12})
-    for (int n : lengths) {
-      const uint64_t seed = 77 + n + misalign;
-      SCOPED_TRACE(testing::Message()
-                   << "n " << n << " misalign " << misalign << " " << seedTrace(seed));
-      Rng r(seed);
-      Guarded<float> s(n, 4), m(n, 8), v(n, misalign);
-      Guarded<double> s64(n, 8), m64(n, 0), v64(n, misalign & 8);
-      Guarded<int16_t> s16(n, 2), m16(n, 6), v16(n, misalign / 2);
-      for (int i = 0; i < n; ++i) {
-        // Wide magnitudes make every change of order visible in the bits.
-        s[i] = r.uniformf(-1, 1) * std::ldexp(1.0f, int(r.integer(-10, 10)));
-        m[i] = r.uniformf(-1, 1), v[i] = r.uniformf(0, 2);
-        s64[i] = s[i] * 1.000001, m64[i] = m[i], v64[i] = v[i];
-        s16[i] = r.s16(), m16[i] = r.s16(), v16[i] = r.s16();
-      }
-      const float want = rowAccRef<float>(s.data(), m.data(), v.data(), n, 0.0f, true, false);
-      for (vsp::Tier t : hostTiers()) {
-        SCOPED_TRACE(tierName(t));
-        EXPECT_EQ(bits(vsp::sumSqAligned32f(t, s.data(), m.data(), v.data(), n)), bits(want));
-        EXPECT_EQ(bits(vsp::sumSqAligned64f(t, s64.data(), m64.data(), v64.data(), n)),
-                  bits(rowAccRef<double>(s64.data(), m64.data(), v64.data(), n, 0.0, true, false)));
-        EXPECT_EQ(bits(vsp::sumSqRuns32f64f(t, s.data(), m.data(), nullptr, n)),
-                  bits(rowAccRef<double>(s.data(), m.data(), (float*)nullptr, n, 0.0, false, 0)));
-        EXPECT_EQ(bits(vsp::sumSqRuns16s32f(t, s16.data(), m16.data(), v16.data(), n)),
-                  bits(rowAccRef<float>(s16.data(), m16.data(), v16.data(), n, 0.0f, false, 0)));
-        for (int16_t* w : {v16.data(), (int16_t*)nullptr})
-          EXPECT_EQ(vsp::sumSq16s(t, s16.data(), m16.data(), w, n),
-                    int64_t(rowSumRef16(s16.data(), m16.data(), w, n)));
-      }
-      float score = 0;
-      ASSERT_EQ(vspsLogGaussSingle_32f(s.data(), m.data(), v.data(), n, &score, 3.5f), vspStatusOk);
-      EXPECT_EQ(bits(score), bits(3.5f - 0.5f * want));
-    }
-}
-
 // ---- Integer members: exact results --------------------------------------------------
 
 struct IntCase {
@@ -123,7 +81,7 @@ struct IntCase {
   int sf;
 };
 
-// Every shift, saturation and wrap of the 64-bit score, against the 128-bit
+// Every shift, saturation and wrap of the 64-bit score against the 128-bit
 // sum: shift zero at -1, left shifts (that lose bits), a count taken modulo
 // 64, -1 shifted staying -1 and 1 becoming 0, sums beyond 32 bits.
 TEST(LogGaussSingleInt, ExactShiftSaturationAndWrap) {
@@ -176,21 +134,17 @@ TEST(LogGaussSingleInt, ExactShiftSaturationAndWrap) {
 // ---- Direct variances ---------------------------------------------------------------
 
 // The integer score from its definition: (d << 8)^2 / var truncated per
-// element, the half-up rounding term formed in 32 bits.
+// element, the half-up rounding term formed in 32 bits (at 15 it hits the
+// sign, at 20 it wraps past it); no rounding at -16, a left shift at -20.
 TEST(LogGaussSingleDirectVar, IntegerRoundsHalfUpAndDividesTowardZero) {
-  const IntCase rows[] = {
-      {{5, -7, 1000}, {2, 3, -1000}, {3, 7, 100}, 50, 0},
-      {{5, -7, 1000}, {2, 3, -1000}, {-3, 7, 100}, 50, -16},  // no rounding, no shift
-      {{5, -7, 1000}, {2, 3, -1000}, {3, -7, 100}, 50, -20},  // left shift
-      {{32767, -32768}, {-32768, 32767}, {1, 1}, 0, 15},      // the rounding term hits the sign
-      {{32767, -32768}, {-32768, 32767}, {1, 1}, -9, 20},     // ... and wraps past it
-      {{1, 2, 3}, {0, 0, 0}, {2, 2, 2}, 1, 3}};
+  const std::vector<int16_t> s{5, -7, 1000}, m{2, 3, -1000}, hi{32767, -32768}, lo{-32768, 32767};
+  const IntCase rows[] = {{s, m, {3, 7, 100}, 50, 0},    {s, m, {-3, 7, 100}, 50, -16},
+                          {s, m, {3, -7, 100}, 50, -20}, {hi, lo, {1, 1}, 0, 15},
+                          {hi, lo, {1, 1}, -9, 20},      {{1, 2, 3}, {0, 0, 0}, {2, 2, 2}, 1, 3}};
   for (const IntCase& c : rows) {
     i128 sum = 0;
-    for (size_t i = 0; i < c.s.size(); ++i) {
-      const i128 d = i128(c.s[i] - c.m[i]) * 256;
-      sum += d * d / c.v[i];
-    }
+    for (size_t i = 0; i < c.s.size(); ++i)
+      sum += i128(c.s[i] - c.m[i]) * (c.s[i] - c.m[i]) * 65536 / c.v[i];
     const int32_t rnd = c.sf + 17 > 0 ? int32_t(uint32_t(1) << ((c.sf + 16) % 32)) : 0;
     int32_t got = 0;
     ASSERT_EQ(vspsLogGaussSingle_DirectVar_16s32s_Sfs(c.s.data(), c.m.data(), c.v.data(),
@@ -198,60 +152,57 @@ TEST(LogGaussSingleDirectVar, IntegerRoundsHalfUpAndDividesTowardZero) {
               vspStatusOk);
     EXPECT_EQ(got, clamp32(i128(c.g) - shiftRef(int64_t(sum) + rnd, c.sf + 17))) << c.sf;
   }
-}
-
-TEST(LogGaussSingleDirectVar, ZeroVarianceWarnsAndWritesNothing) {
-  // A zero at the last element still writes nothing.
-  const float s32[3] = {1, 2, 3}, z32[3] = {0, 0, 0}, v32[3] = {1, 1, 0};
-  const double s64[3] = {1, 2, 3}, z64[3] = {0, 0, 0}, v64[3] = {1, 0, 1};
-  const int16_t s16[3] = {1, 2, 3}, z16[3] = {0, 0, 0}, v16[3] = {1, 1, 0};
+  // A zero variance, even at the last element, stops every member with
+  // nothing written.
+  const float s32[3] = {1, 2, 3}, z32[3] = {}, v32[3] = {1, 1, 0};
+  const double s64[3] = {1, 2, 3}, z64[3] = {}, v64[3] = {1, 0, 1};
+  const int16_t s16[3] = {1, 2, 3}, z16[3] = {}, v16[3] = {1, 1, 0};
   Guarded<float> f(1);
   Guarded<double> d(1);
   Guarded<int32_t> i(1);
-  const VspStatus st[] = {
-      vspsLogGaussSingle_DirectVar_32f(s32, z32, v32, 3, f.data(), 1),
-      vspsLogGaussSingle_DirectVar_32f64f(s32, z32, v32, 3, d.data(), 1),
-      vspsLogGaussSingle_DirectVar_64f(s64, z64, v64, 3, d.data(), 1),
-      vspsLogGaussSingle_DirectVar_16s32s_Sfs(s16, z16, v16, 3, i.data(), 1, 0),
-      vspsLogGaussSingle_DirectVarScaled_16s32f(s16, z16, v16, 3, f.data(), 1, 0)};
-  for (VspStatus s : st) EXPECT_EQ(s, vspWarningDivideByZero);
+  for (VspStatus st : {vspsLogGaussSingle_DirectVar_32f(s32, z32, v32, 3, f.data(), 1),
+                       vspsLogGaussSingle_DirectVar_32f64f(s32, z32, v32, 3, d.data(), 1),
+                       vspsLogGaussSingle_DirectVar_64f(s64, z64, v64, 3, d.data(), 1),
+                       vspsLogGaussSingle_DirectVar_16s32s_Sfs(s16, z16, v16, 3, i.data(), 1, 0),
+                       vspsLogGaussSingle_DirectVarScaled_16s32f(s16, z16, v16, 3, f.data(), 1, 0)})
+    EXPECT_EQ(st, vspWarningDivideByZero);
   EXPECT_TRUE(f.untouched() && d.untouched() && i.untouched());
 }
 
 // ---- Block-diagonal inverse covariance ------------------------------------------------
 
-// Random blocks of the given sizes in the three element types (the 16-bit rows
-// are the float ones times 200), and the objects built from them.
+template <class T>
+std::vector<const T*> rowsOf(const std::vector<std::vector<T>>& v) {
+  std::vector<const T*> p;
+  for (const auto& row : v) p.push_back(row.data());
+  return p;
+}
+
+// Random blocks of the given sizes in the three element types (the 16-bit
+// rows are the float ones times 200), and the objects built from them.
 struct BlockModel {
   std::vector<int32_t> sizes;
-  int len = 0;
-  std::vector<std::vector<double>> rows;
+  std::vector<std::vector<int16_t>> r16;
+  std::vector<std::vector<float>> r32;
+  std::vector<std::vector<double>> r64;
   VspBlockDMatrix *o32 = nullptr, *o64 = nullptr, *o16 = nullptr;
   BlockModel(std::vector<int32_t> sz, uint64_t seed) : sizes(std::move(sz)) {
     Rng r(seed);
-    std::vector<std::vector<float>> r32;
-    std::vector<std::vector<int16_t>> r16;
-    std::vector<const float*> p32;
-    std::vector<const double*> p64;
-    std::vector<const int16_t*> p16;
-    for (int32_t b : sizes) {
-      len += b;
+    for (int32_t b : sizes)
       for (int i = 0; i < b; ++i) {
-        r16.emplace_back(b), r32.emplace_back(b), rows.emplace_back(b);
+        r16.emplace_back(b), r32.emplace_back(b), r64.emplace_back(b);
         for (int k = 0; k < b; ++k)
-          r16.back()[k] = r.s16(-200, 200), rows.back()[k] = r32.back()[k] = r16.back()[k] / 200.0f;
+          r16.back()[k] = r.s16(-200, 200), r64.back()[k] = r32.back()[k] = r16.back()[k] / 200.0f;
       }
-    }
-    for (size_t i = 0; i < rows.size(); ++i)
-      p32.push_back(r32[i].data()), p64.push_back(rows[i].data()), p16.push_back(r16[i].data());
     const int n = int(sizes.size());
-    EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o32, p32.data(), sizes.data(), n), vspStatusOk);
-    EXPECT_EQ(vspsBlockDMatrixInitAlloc_64f(&o64, p64.data(), sizes.data(), n), vspStatusOk);
-    EXPECT_EQ(vspsBlockDMatrixInitAlloc_16s(&o16, p16.data(), sizes.data(), n), vspStatusOk);
+    EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o32, rowsOf(r32).data(), sizes.data(), n), 0);
+    EXPECT_EQ(vspsBlockDMatrixInitAlloc_64f(&o64, rowsOf(r64).data(), sizes.data(), n), 0);
+    EXPECT_EQ(vspsBlockDMatrixInitAlloc_16s(&o16, rowsOf(r16).data(), sizes.data(), n), 0);
   }
   ~BlockModel() {
     vspsBlockDMatrixFree_32f(o32), vspsBlockDMatrixFree_64f(o64), vspsBlockDMatrixFree_16s(o16);
   }
+  int len() const { return int(r64.size()); }
   // The sum over the blocks of e' M e.
   template <class X>
   LD quadratic(const std::vector<X>& s, const std::vector<X>& mu) const {
@@ -259,7 +210,7 @@ struct BlockModel {
     for (int o = 0, row = 0, b = 0; b < int(sizes.size()); o += sizes[b++])
       for (int r = 0; r < sizes[b]; ++r, ++row)
         for (int k = 0; k < sizes[b]; ++k)
-          sum += (LD(s[o + r]) - mu[o + r]) * LD(rows[row][k]) * (LD(s[o + k]) - mu[o + k]);
+          sum += (LD(s[o + r]) - mu[o + r]) * r64[row][k] * (LD(s[o + k]) - mu[o + k]);
     return sum;
   }
 };
@@ -270,32 +221,30 @@ struct BlockModel {
 TEST(LogGaussSingleBlockDVar, MembersAgreeWithTheQuadraticForm) {
   for (const auto& sizes : {std::vector<int32_t>{2, 3, 1, 7}, {111}, {112}, {60, 240}}) {
     const BlockModel bm(sizes, 4242);
-    const int n = bm.len;
+    const int n = bm.len();
     SCOPED_TRACE(n);
     Rng r(4243);
     std::vector<float> s(n), m(n);
     std::vector<double> s64(n), m64(n);
     std::vector<int16_t> s16(n), m16(n);
     for (int i = 0; i < n; ++i) {
-      s[i] = dataOf<float>(r), m[i] = dataOf<float>(r);
-      s64[i] = dataOf<double>(r), m64[i] = dataOf<double>(r);
-      s16[i] = dataOf<int16_t>(r), m16[i] = dataOf<int16_t>(r);
+      s[i] = dataOf<float>(r), m[i] = dataOf<float>(r), s64[i] = dataOf<double>(r);
+      m64[i] = dataOf<double>(r), s16[i] = dataOf<int16_t>(r), m16[i] = dataOf<int16_t>(r);
     }
     Guarded<float> f(1);
-    double g;
-    int32_t i;
+    double g = 0;
+    int32_t i = 0;
+    const LD q = bm.quadratic(s, m), q64 = bm.quadratic(s64, m64);
     const long before = vspcoreTestAllocations();
     ASSERT_EQ(vspsLogGaussSingle_BlockDVar_32f(s.data(), m.data(), bm.o32, n, f.data(), 2.5f), 0);
     EXPECT_EQ(vspcoreTestAllocations() - before, n < 112 ? 0 : 1);
-    const LD q32 = bm.quadratic(s, m), q16 = bm.quadratic(s16, m16) * 200;
-    EXPECT_NEAR(f[0], double(2.5L - q32 / 2), 1e-5 * (10 + std::fabs(double(q32))));
+    EXPECT_NEAR(f[0], double(2.5L - q / 2), 1e-5 * (10 + std::fabs(double(q))));
     vspsLogGaussSingle_BlockDVar_32f64f(s.data(), m.data(), bm.o32, n, &g, 2.5);
-    EXPECT_NEAR(g, double(2.5L - q32 / 2), 1e-12 * (10 + std::fabs(double(q32))));
+    EXPECT_NEAR(g, double(2.5L - q / 2), 1e-12 * (10 + std::fabs(double(q))));
     vspsLogGaussSingle_BlockDVar_64f(s64.data(), m64.data(), bm.o64, n, &g, 2.5);
-    EXPECT_NEAR(g, double(2.5L - bm.quadratic(s64, m64) / 2),
-                1e-12 * (10 + std::fabs(double(q32))));
+    EXPECT_NEAR(g, double(2.5L - q64 / 2), 1e-12 * (10 + std::fabs(double(q64))));
     for (int sf : {0, 10, 20}) {
-      const double want = double(1000 - q16 / 2 * std::ldexp(1.0L, -sf));
+      const double want = double(1000 - bm.quadratic(s16, m16) * 100 * std::ldexp(1.0L, -sf));
       vspsLogGaussSingle_BlockDVarScaled_16s32f(s16.data(), m16.data(), bm.o16, n, f.data(), 1000,
                                                 sf);
       EXPECT_NEAR(f[0], want, 1e-5 * std::fabs(want) + 1e-3) << sf;
@@ -314,25 +263,23 @@ TEST(LogGaussSingleBlockDVar, MembersAgreeWithTheQuadraticForm) {
     });
     EXPECT_TRUE(r32.allocationPoints == (n >= 112) && r16.allocationPoints == (n >= 112));
   }
-}
-
-TEST(LogGaussSingleBlockDVar, SixteenBitDifferenceSaturatesInTheVectorOnly) {
-  // Identity and minus identity: e saturates to 32767 and -32768 while each
-  // row's own difference stays 65535 / -65535.
+  // Identity and minus identity against differences of 65535 and -65535: the
+  // difference vector saturates to 32767 and -32768, each row's own
+  // difference does not. The integer member stores through its overflow
+  // branch: INT32_MIN below, INT32_MAX above.
   const int16_t i0[2] = {1, 0}, i1[2] = {0, 1}, n0[2] = {-1, 0}, n1[2] = {0, -1};
-  const int16_t *id[2] = {i0, i1}, *neg[2] = {n0, n1};
-  const int32_t sizes[1] = {2};
+  const int16_t *pos[2] = {i0, i1}, *neg[2] = {n0, n1}, s[2] = {32767, -32768},
+                m[2] = {-32768, 32767};
+  const int32_t two[1] = {2};
   VspBlockDMatrix *o = nullptr, *on = nullptr;
-  ASSERT_EQ(vspsBlockDMatrixInitAlloc_16s(&o, id, sizes, 1), 0);
-  ASSERT_EQ(vspsBlockDMatrixInitAlloc_16s(&on, neg, sizes, 1), 0);
-  const int16_t s[2] = {32767, -32768}, m[2] = {-32768, 32767};
+  ASSERT_EQ(vspsBlockDMatrixInitAlloc_16s(&o, pos, two, 1), 0);
+  ASSERT_EQ(vspsBlockDMatrixInitAlloc_16s(&on, neg, two, 1), 0);
   float f;
   int32_t i, j;
   vspsLogGaussSingle_BlockDVarScaled_16s32f(s, m, o, 2, &f, 0.0f, 0);
-  EXPECT_EQ(f, 0.0f - (65535.0f * 32767.0f + -65535.0f * -32768.0f) * 0.5f);
-  // Stored through the overflow branch: INT32_MIN below, INT32_MAX above.
   vspsLogGaussSingle_BlockDVar_16s32s_Sfs(s, m, o, 2, &i, 0, -20);
   vspsLogGaussSingle_BlockDVar_16s32s_Sfs(s, m, on, 2, &j, 0, -20);
+  EXPECT_EQ(f, 0.0f - (65535.0f * 32767.0f + -65535.0f * -32768.0f) * 0.5f);
   EXPECT_TRUE(i == INT32_MIN && j == INT32_MAX);
   vspsBlockDMatrixFree_16s(o), vspsBlockDMatrixFree_16s(on);
 }
@@ -343,12 +290,14 @@ TEST(BlockDMatrix, RefusalsAndAllocationFailure) {
   const int32_t good[2] = {1, 2}, zero[2] = {1, 0}, neg[1] = {-4};
   VspBlockDMatrix* const kept = reinterpret_cast<VspBlockDMatrix*>(0x1);
   VspBlockDMatrix* o = kept;
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(nullptr, rows, good, 2), vspStatusNullPointer);
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o, nullptr, good, 2), vspStatusNullPointer);
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o, rows, nullptr, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o, rows, good, 0), vspStatusBadSize);
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o, rows, zero, 2), vspStatusBadSize);
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_32f(&o, rows, neg, 1), vspStatusBadSize);
+  for (VspStatus st : {vspsBlockDMatrixInitAlloc_32f(nullptr, rows, good, 2),
+                       vspsBlockDMatrixInitAlloc_32f(&o, nullptr, good, 2),
+                       vspsBlockDMatrixInitAlloc_32f(&o, rows, nullptr, 0)})
+    EXPECT_EQ(st, vspStatusNullPointer);
+  for (VspStatus st : {vspsBlockDMatrixInitAlloc_32f(&o, rows, good, 0),
+                       vspsBlockDMatrixInitAlloc_32f(&o, rows, zero, 2),
+                       vspsBlockDMatrixInitAlloc_32f(&o, rows, neg, 1)})
+    EXPECT_EQ(st, vspStatusBadSize);
   EXPECT_EQ(o, kept);
   const SweepResult r =
       sweepAllocationFailures([&] { return vspsBlockDMatrixInitAlloc_32f(&o, rows, good, 2); },
