@@ -23,75 +23,26 @@ T smallWeight(Rng& r) {
 
 // ---- Plain members ---------------------------------------------------------------------
 //
-// Each member in both layouts, and the block member that scores one component
-// the same way (one frame), adapted to one signature.
-template <class T, class O>
-struct Plain {
-  const char* name;
-  VspStatus (*d2)(const T*, const T*, const T*, Vsp32s, Vsp32s, Vsp32s, const O*, O*, Vsp32s);
-  VspStatus (*d2l)(const T*, const T* const*, const T* const*, Vsp32s, Vsp32s, const O*, O*,
-                   Vsp32s);
-  VspStatus (*block)(const T*, const T*, const T*, Vsp32s, O*, O, Vsp32s);
-};
+// A mixture is the ascending fold, by the one-element log-add, of the scores
+// of its components in the block form (one component: its score as it is):
+// the models are the matrix, the observation the vector.
 // clang-format off
-#define PLAIN(f, V, ...) {#f, \
-  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s n, Vsp32s st, Vsp32s w, auto g, auto d, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2(s, m, V n, st, w, g, d __VA_ARGS__); }, \
-  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s n, Vsp32s w, auto g, auto d, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2L(s, m, V n, w, g, d __VA_ARGS__); }, \
-  [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, auto d, auto g, [[maybe_unused]] Vsp32s sf) { return vspsLogGauss_##f##_D2(s, w, m, V w, d, 1, g __VA_ARGS__); }}
-#define WITH_VAR v,
-const Plain<float, float> kF32[] = {PLAIN(32f, WITH_VAR), PLAIN(IdVar_32f, )};
-const Plain<double, double> kF64[] = {PLAIN(64f, WITH_VAR), PLAIN(IdVar_64f, )};
-const Plain<int16_t, float> kS16[] = {PLAIN(Scaled_16s32f, WITH_VAR, , sf), PLAIN(IdVarScaled_16s32f, , , sf),
-                                      PLAIN(LowScaled_16s32f, WITH_VAR, , sf), PLAIN(IdVarLowScaled_16s32f, , , sf)};
+#define MIXTURE(t, S, V, R, ...) {"Mixture_" #t, \
+  [](auto mat, [[maybe_unused]] auto wts, Vsp32s st, auto x, auto, Vsp32s n, auto g, auto d, Vsp32s c, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##t##_D2(x, mat, V c, st, n, g, d __VA_ARGS__); }, \
+  [](auto mat, [[maybe_unused]] auto wts, auto x, auto, Vsp32s n, auto g, auto d, Vsp32s c, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##t##_D2L(x, mat, V c, n, g, d __VA_ARGS__); }, \
+  [](auto row, [[maybe_unused]] auto rw, auto x, auto, Vsp32s n, auto g, Vsp32s sf) { return refScore(Score::S, x, row, R, n, g, sf); }, Reduce::Fold, true, false}
+#define WTS wts,
+#define NONE decltype(rw)(nullptr)
+const RowMember<float, float> kF32[] = {MIXTURE(32f, Half, WTS, rw), MIXTURE(IdVar_32f, Half, , NONE)};
+const RowMember<double, double> kF64[] = {MIXTURE(64f, Half, WTS, rw), MIXTURE(IdVar_64f, Half, , NONE)};
+const RowMember<int16_t, float> kS16[] = {MIXTURE(Scaled_16s32f, Scaled, WTS, rw, , sf), MIXTURE(IdVarScaled_16s32f, Scaled, , NONE, , sf),
+                                          MIXTURE(LowScaled_16s32f, LowScaled, WTS, rw, , sf), MIXTURE(IdVarLowScaled_16s32f, LowScaled, , NONE, , sf)};
 // clang-format on
 
-// The mixture is the ascending fold, by the one-element log-add, of the block
-// scores of its components (one component: its score as it is), bit for bit
-// in both layouts, across the batch of 64 components; and a log-sum, to the
-// polynomials' accuracy. The gaps must never be read.
-template <class T, class O, size_t N>
-void plainMembers(const Plain<T, O> (&members)[N], uint64_t seed) {
-  SCOPED_TRACE(seedTrace(seed));
-  Rng rng(seed);
-  for (const Plain<T, O>& mb : members)
-    for (int width : {1, 8, 13, 39})
-      for (int count : {1, 2, 5, 64, 67})
-        for (int gap : {0, 1, 3}) {
-          SCOPED_TRACE(testing::Message()
-                       << mb.name << " width " << width << " count " << count << " gap " << gap);
-          const int step = width + gap;
-          const Matrix<T> means(rng, count, width, step, small<T>, gap * sizeof(T)),
-              vars(rng, count, width, step, smallWeight<T>), src(rng, 1, width, width, small<T>);
-          std::vector<O> g(count);
-          for (auto& x : g) x = O(rng.uniform(-30, 0));
-          O a = O(-1), b = O(-2), run = 0;
-          ASSERT_EQ(
-              mb.d2(src.data(), means.data(), vars.data(), count, step, width, g.data(), &a, 2), 0);
-          ASSERT_EQ(mb.d2l(src.data(), means.rows.data(), vars.rows.data(), count, width, g.data(),
-                           &b, 2),
-                    0);
-          LD exact = 0;
-          for (int c = 0; c < count; ++c) {
-            O score = 0;
-            ASSERT_EQ(mb.block(src.data(), means.rows[c], vars.rows[c], width, &score, g[c], 2), 0);
-            run = c == 0 ? score : logAddRef(run, score);
-            exact = c == 0 ? LD(score)
-                           : std::max(exact, LD(score)) + log1pl(expl(-fabsl(exact - score)));
-          }
-          EXPECT_EQ(bits(a), bits(run));
-          EXPECT_EQ(bits(b), bits(a));
-          // Per step: the narrowing, the polynomial, and past the cut-off the
-          // dropped term (below e^-15.3 or e^-23).
-          const double mag = std::fabs(double(run));
-          EXPECT_NEAR(double(a), double(exact),
-                      count * (sizeof(O) == 4 ? 2e-7 * mag + 3e-7 : 1e-13 * mag + 1e-10));
-        }
-}
-
 TEST(GaussMixture, PlainMembersAreTheFoldOfBlockScores) {
-  plainMembers(kF32, 401);
-  plainMembers(kF64, 402);
-  plainMembers(kS16, 403);
+  expectRows(kF32, 401, small<float>, smallWeight<float>);
+  expectRows(kF64, 402, small<double>, smallWeight<double>);
+  expectRows(kS16, 403, small<int16_t>, smallWeight<int16_t>);
 }
 
 // ---- Shortlists ----------------------------------------------------------------------------
@@ -117,12 +68,13 @@ struct Select {
   VspStatus (*single)(const T*, const T*, const T*, Vsp32s, float*, float, Vsp32s);
 };
 // clang-format off
+#define WITH_V v,
 #define SELECT(f, one, V, ...) {#f, \
   [](auto fr, auto m, [[maybe_unused]] auto v, Vsp32s st, Vsp32s w, auto g, auto sl, Vsp32s n, auto d, Vsp32s fc, float none, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2(fr, m, V st, w, g, sl, n, d, fc, none __VA_ARGS__); }, \
   [](auto fr, auto m, [[maybe_unused]] auto v, Vsp32s w, auto g, auto sl, Vsp32s n, auto d, Vsp32s fc, float none, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussMixture_##f##_D2L(fr, m, V w, g, sl, n, d, fc, none __VA_ARGS__); }, \
   [](auto s, auto m, [[maybe_unused]] auto v, Vsp32s w, float* d, float g, [[maybe_unused]] Vsp32s sf) { return vspsLogGaussSingle_##one(s, m, V w, d, g __VA_ARGS__); }}
-const Select<float> kSel32[] = {SELECT(Select_32f, 32f, WITH_VAR), SELECT(SelectIdVar_32f, IdVar_32f, )};
-const Select<int16_t> kSel16[] = {SELECT(SelectScaled_16s32f, Scaled_16s32f, WITH_VAR, , sf), SELECT(SelectIdVarScaled_16s32f, IdVarScaled_16s32f, , , sf)};
+const Select<float> kSel32[] = {SELECT(Select_32f, 32f, WITH_V), SELECT(SelectIdVar_32f, IdVar_32f, )};
+const Select<int16_t> kSel16[] = {SELECT(SelectScaled_16s32f, Scaled_16s32f, WITH_V, , sf), SELECT(SelectIdVarScaled_16s32f, IdVarScaled_16s32f, , , sf)};
 // clang-format on
 
 // Against the procedure written out through the public single-observation

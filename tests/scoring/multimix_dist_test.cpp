@@ -15,122 +15,83 @@ namespace {
 using namespace vsptest;
 
 // ---- One observation against many Gaussians ----------------------------------------------
-
-enum class Reduce { Store, Max, Add };
-
-// Both layouts adapted to one signature, and the single-observation member
-// that scores one Gaussian the same way.
-template <class T, class O>
-struct Member {
-  const char* name;
-  VspStatus (*d2)(const T*, const T*, Vsp32s, const T*, Vsp32s, const O*, O*, Vsp32s, Vsp32s);
-  VspStatus (*d2l)(const T* const*, const T* const*, const T*, Vsp32s, const O*, O*, Vsp32s,
-                   Vsp32s);
-  O (*single)(const T*, const T*, const T*, Vsp32s, O, Vsp32s);
-  Reduce reduce;
-  bool frames = false;  // many frames (the matrix) against one Gaussian, var row 0
-};
-
+//
+// Each member once: the Gaussians are the matrix, the observation the vector
+// (MahDist: the frames are the matrix, the Gaussian the vector). The float
+// sums are grouped freely: they agree with the single-observation member
+// within a bound; integer scores exactly, and so do the frames of MahDist,
+// which keep the single-observation order.
 // clang-format off
-#define MM(f, D2, D2L, G, SF) \
-  [](auto m, auto v, Vsp32s st, auto s, Vsp32s w, [[maybe_unused]] auto g, auto d, Vsp32s n, [[maybe_unused]] Vsp32s sf) { return f##_##D2(m, v, st, s, w, G(d), n SF); }, \
-  [](auto m, auto v, auto s, Vsp32s w, [[maybe_unused]] auto g, auto d, Vsp32s n, [[maybe_unused]] Vsp32s sf) { return f##_##D2L(m, v, s, w, G(d), n SF); }
-#define ONE(f, G, SF) [](auto s, auto m, auto v, Vsp32s w, [[maybe_unused]] auto g, [[maybe_unused]] Vsp32s sf) { decltype(g) r{}; f(s, m, v, w, &r G SF); return r; }
-#define G_ , g
-#define SF_ , sf
+// G(d): the constants before dst, or none (read from dst); S(c): a scale
+// factor after the count, or none; A(r): the single-observation member's
+// arguments after the dimension.
 #define WITHG(d) g, d
 #define NOG(d) d
+#define WSF(c) c, sf
+#define NSF(c) c
+#define ARG_G(r) &r, g
+#define ARG_GSF(r) &r, g, sf
+#define ARG_(r) &r
+#define MULTI(name, f, D2, D2L, G, S, one, A, exact, R) {name, \
+  [](auto mat, auto wts, Vsp32s st, auto x, auto, Vsp32s n, [[maybe_unused]] auto g, auto d, Vsp32s c, [[maybe_unused]] Vsp32s sf) { return f##D2(mat, wts, st, x, n, G(d), S(c)); }, \
+  [](auto mat, auto wts, auto x, auto, Vsp32s n, [[maybe_unused]] auto g, auto d, Vsp32s c, [[maybe_unused]] Vsp32s sf) { return f##D2L(mat, wts, x, n, G(d), S(c)); }, \
+  [](auto row, auto rw, auto x, auto, Vsp32s n, [[maybe_unused]] auto g, [[maybe_unused]] Vsp32s sf) { decltype(g) r{}; one(x, row, rw, n, A(r)); return r; }, Reduce::R, exact, false}
 #define FLOAT(t) \
-  {"MultiMix_" #t, MM(vspsLogGaussMultiMix_##t, D2, D2L, NOG, ), ONE(vspsLogGaussSingle_##t, G_, ), Reduce::Store}, \
-  {"MaxMultiMix_" #t, MM(vspsLogGaussMaxMultiMix_##t, D2, D2L, WITHG, ), ONE(vspsLogGaussSingle_##t, G_, ), Reduce::Max}, \
-  {"AddMultiMix_" #t, MM(vspsLogGaussAddMultiMix_##t, D2, D2L, WITHG, ), ONE(vspsLogGaussSingle_##t, G_, ), Reduce::Add}, \
-  {"MahDistMultiMix_" #t, MM(vspsMahDistMultiMix_##t, D2, D2L, NOG, ), ONE(vspsMahDistSingle_##t, , ), Reduce::Store}, \
-  {"MahDist_" #t, [](auto m, auto v, Vsp32s st, auto s, Vsp32s w, auto, auto d, Vsp32s n, Vsp32s) { return vspsMahDist_##t##_D2(m, st, s, v, w, d, n); }, \
-   [](auto m, auto v, auto s, Vsp32s w, auto, auto d, Vsp32s n, Vsp32s) { return vspsMahDist_##t##_D2L(m, s, v[0], w, d, n); }, ONE(vspsMahDistSingle_##t, , ), Reduce::Store, true}
-#define SCALED(v, r, R, G) {#r "_" #v, MM(vspsLogGauss##r##MultiMix_##v##_16s32f, D2, D2L, G, SF_), ONE(vspsLogGaussSingle_##v##_16s32f, G_, SF_), Reduce::R}
-#define INT(v, r, R, G) {#r "_" #v, MM(vspsLogGauss##r##MultiMix_##v##16s32s, D2Sfs, D2LSfs, G, SF_), ONE(vspsLogGaussSingle_##v##16s32s_Sfs, G_, SF_), Reduce::R}
-const Member<float, float> kF32[] = {FLOAT(32f)};
-const Member<double, double> kF64[] = {FLOAT(64f)};
-const Member<int16_t, float> kScaled[] = {SCALED(Scaled, , Store, NOG), SCALED(LowScaled, , Store, NOG), SCALED(Scaled, Max, Max, WITHG),
-                                          SCALED(LowScaled, Max, Max, WITHG), SCALED(Scaled, Add, Add, WITHG), SCALED(LowScaled, Add, Add, WITHG)};
+  MULTI("MultiMix_" #t, vspsLogGaussMultiMix_##t, _D2, _D2L, NOG, NSF, vspsLogGaussSingle_##t, ARG_G, false, Store), \
+  MULTI("MaxMultiMix_" #t, vspsLogGaussMaxMultiMix_##t, _D2, _D2L, WITHG, NSF, vspsLogGaussSingle_##t, ARG_G, false, Max), \
+  MULTI("AddMultiMix_" #t, vspsLogGaussAddMultiMix_##t, _D2, _D2L, WITHG, NSF, vspsLogGaussSingle_##t, ARG_G, false, Add), \
+  MULTI("MahDistMultiMix_" #t, vspsMahDistMultiMix_##t, _D2, _D2L, NOG, NSF, vspsMahDistSingle_##t, ARG_, false, Store), \
+  {"MahDist_" #t, [](auto mat, auto, Vsp32s st, auto x, auto w, Vsp32s n, auto, auto d, Vsp32s c, Vsp32s) { return vspsMahDist_##t##_D2(mat, st, x, w, n, d, c); }, \
+   [](auto mat, auto, auto x, auto w, Vsp32s n, auto, auto d, Vsp32s c, Vsp32s) { return vspsMahDist_##t##_D2L(mat, x, w, n, d, c); }, \
+   [](auto row, auto, auto x, auto w, Vsp32s n, auto g, Vsp32s) { decltype(g) r{}; vspsMahDistSingle_##t(row, x, w, n, &r); return r; }, Reduce::Store, true, true}
+#define SCALED(v, r, R, G) MULTI(#r "MultiMix_" #v, vspsLogGauss##r##MultiMix_##v##_16s32f, _D2, _D2L, G, WSF, vspsLogGaussSingle_##v##_16s32f, ARG_GSF, false, R)
 // The single-observation integer members saturate after the subtraction too.
-const Member<int16_t, int32_t> kInt[] = {INT(, , Store, NOG), INT(Low_, , Store, NOG), INT(, Max, Max, WITHG), INT(Low_, Max, Max, WITHG)};
+#define INT(v, r, R, G) MULTI(#r "MultiMix_" #v "16s32s", vspsLogGauss##r##MultiMix_##v##16s32s, _D2Sfs, _D2LSfs, G, WSF, vspsLogGaussSingle_##v##16s32s_Sfs, ARG_GSF, true, R)
+const RowMember<float, float> kF32[] = {FLOAT(32f)};
+const RowMember<double, double> kF64[] = {FLOAT(64f)};
+const RowMember<int16_t, float> kScaled[] = {SCALED(Scaled, , Store, NOG), SCALED(LowScaled, , Store, NOG), SCALED(Scaled, Max, Max, WITHG),
+                                             SCALED(LowScaled, Max, Max, WITHG), SCALED(Scaled, Add, Add, WITHG), SCALED(LowScaled, Add, Add, WITHG)};
+const RowMember<int16_t, int32_t> kInt[] = {INT(, , Store, NOG), INT(Low_, , Store, NOG), INT(, Max, Max, WITHG), INT(Low_, Max, Max, WITHG)};
 // clang-format on
 
-template <class O>
-O reduced(Reduce r, O dst, O score) {
-  if (r != Reduce::Add) return r == Reduce::Max && dst >= score ? dst : score;
-  if constexpr (std::is_floating_point_v<O>) return logAddRef(dst, score);
-  return dst;
-}
-// A bound on the rounding of a sum over `width` terms of total magnitude mag.
-template <class O>
-LD bound(int width, LD mag) {
-  return std::numeric_limits<O>::epsilon() * (width + 8) * mag;
+TEST(MultiRow, EveryMemberAgreesWithTheSingleObservationKernel) {
+  expectRows(kF32, 501, dataOf<float>, weightOf<float>);
+  expectRows(kF64, 502, dataOf<double>, weightOf<double>);
+  expectRows(kScaled, 503, dataOf<int16_t>, weightOf<int16_t>);
+  expectRows(kInt, 504, dataOf<int16_t>, weightOf<int16_t>);
 }
 
-// Every member in both layouts over widths (vector tails), counts (groups of
-// four, batches), gaps that must never be read and misaligned rows. Float
-// sums are grouped freely: they agree with the single-observation kernels
-// within a bound; integer scores exactly (epsilon is 0), and so do the frames
-// of MahDist, which keep the single-observation order. The first member's
-// rows also go through the free-order kernels of every tier.
-template <class T, class O, size_t N>
-void againstSingle(const Member<T, O> (&members)[N], uint64_t seed) {
+// The free-order kernels of every tier against long double.
+template <class T, class Acc>
+void freeOrderSums(uint64_t seed) {
   SCOPED_TRACE(seedTrace(seed));
   Rng rng(seed);
-  using Acc = std::conditional_t<std::is_integral_v<O>, int64_t, O>;
-  for (const Member<T, O>& mb : members)
-    for (int width : lengthsAround(8))
-      for (int count : {1, 5, 67})
-        for (int extra : {0, 3}) {
-          SCOPED_TRACE(testing::Message() << mb.name << " width " << width << " count " << count);
-          const int step = width + extra;
-          const Matrix<T> means(rng, count, width, step, dataOf<T>, extra * sizeof(T)),
-              vars(rng, count, width, step, weightOf<T>), src(rng, 1, width, width, dataOf<T>, 2);
-          std::vector<O> g(count), start(count);
-          std::vector<const T*> vr = vars.rows;
-          Guarded<O> a(count), b(count);
-          for (int k = 0; k < count; ++k) {
-            g[k] = O(rng.integer(-60, 40)), start[k] = O(rng.integer(-400, 100));
-            a[k] = b[k] = mb.reduce == Reduce::Store ? g[k] : start[k];
-            if (mb.frames) vr[k] = vars.rows[0];
-          }
-          ASSERT_EQ(
-              mb.d2(means.data(), vars.data(), step, src.data(), width, &g[0], &a[0], count, 3), 0);
-          ASSERT_EQ(mb.d2l(means.rows.data(), vr.data(), src.data(), width, &g[0], &b[0], count, 3),
-                    0);
-          ASSERT_TRUE(a.guardsIntact() && b.guardsIntact());
-          std::vector<LD> sum(count);
-          for (int k = 0; k < count; ++k) {
-            for (int i = 0; i < width; ++i)
-              sum[k] += std::pow(LD(src.data()[i]) - means.rows[k][i], 2) * vr[k][i];
-            const LD mag = sum[k] + 2 * std::fabs(LD(g[k])) + std::fabs(LD(start[k]));
-            const O one = mb.single(src.data(), means.rows[k], vr[k], width, g[k], 3);
-            ASSERT_NEAR(a[k], reduced(mb.reduce, start[k], one),
-                        mb.frames ? 0 : bound<O>(width, mag))
-                << k;
-            ASSERT_EQ(a[k], b[k]) << k;
-          }
-          std::vector<Acc> zero(count), out(count);
-          const T* sp = src.data();
-          for (vsp::Tier tier : hostTiers())
-            if (&mb == members) {
-              vsp::FreeOrderSums::run(
-                  tier, vsp::RowBatch<T, Acc>{&sp, means.rows.data(), vr.data(), &zero[0], &out[0],
-                                              count, width, 1, 0});
-              for (int k = 0; k < count; ++k)
-                ASSERT_NEAR(out[k], sizeof(T) == 2 ? sum[k] : -sum[k], bound<Acc>(width, sum[k]))
-                    << tierName(tier) << " " << k;
-            }
+  for (int width : lengthsAround(8))
+    for (int count : {1, 5, 67}) {
+      const Matrix<T> mat(rng, count, width, width + 3, dataOf<T>, sizeof(T)),
+          wts(rng, count, width, width + 3, weightOf<T>), x(rng, 1, width, width, dataOf<T>);
+      const T* xs = x.data();
+      std::vector<Acc> zero(count), out(count);
+      for (vsp::Tier tier : hostTiers()) {
+        vsp::FreeOrderSums::run(
+            tier, vsp::RowBatch<T, Acc>{&xs, mat.rows.data(), wts.rows.data(), zero.data(),
+                                        out.data(), count, width, true, false});
+        for (int k = 0; k < count; ++k) {
+          LD sum = 0;
+          for (int i = 0; i < width; ++i)
+            sum += (LD(xs[i]) - mat.rows[k][i]) * (LD(xs[i]) - mat.rows[k][i]) * wts.rows[k][i];
+          ASSERT_NEAR(out[k], double(sizeof(T) == 2 ? sum : -sum),
+                      double(std::numeric_limits<Acc>::epsilon() * (width + 8) * sum))
+              << tierName(tier) << " width " << width << " row " << k;
         }
+      }
+    }
 }
 
-TEST(MultiRow, EveryMemberAgreesWithTheSingleObservationKernel) {
-  againstSingle(kF32, 501);
-  againstSingle(kF64, 502);
-  againstSingle(kScaled, 503);
-  againstSingle(kInt, 504);
+TEST(MultiRow, FreeOrderKernelsOfEveryTier) {
+  freeOrderSums<float, float>(505);
+  freeOrderSums<double, double>(506);
+  freeOrderSums<int16_t, float>(507);
 }
 
 // ---- Gaussian pairs --------------------------------------------------------------------------

@@ -120,6 +120,106 @@ struct Matrix {
 
 inline uint32_t bits(int32_t v) { return uint32_t(v); }
 
+// ---- Many rows against one vector ------------------------------------------------------
+//
+// The score of one row, by the scalar definition of the block and mixture
+// families: for floats 0.5 * (2 * gConst - sum), the terms subtracted in the
+// single-observation order; for 16-bit data with a float score gConst - sum *
+// factor; for integers the shifted sum clamped (IntClamp) or not (IntLow)
+// before it is subtracted in 32 bits.
+enum class Score { Half, Scaled, LowScaled, IntClamp, IntLow };
+template <class T, class O>
+O refScore(Score kind, const T* s, const T* m, const T* v, int w, O g, int sf) {
+  if constexpr (std::is_integral_v<O>) {
+    const int64_t shifted = shiftRef(int64_t(rowSumRef16(s, m, v, w)), int64_t(sf) + 1);
+    return wrap32(i128(g) - (kind == Score::IntClamp ? clamp32(shifted) : shifted));
+  } else if constexpr (sizeof(T) == 2) {
+    const float sum = rowAccRef<float>(s, m, v, w, 0.0f, false, false);
+    return g -
+           sum * (kind == Score::Scaled ? std::ldexp(1.0f, -sf - 1) : std::ldexp(1.0f, -sf) * 0.5f);
+  } else {
+    return O(0.5) * rowAccRef<O>(s, m, v, w, g + g, true, true);
+  }
+}
+
+// A multi-row member adapted to one signature: a matrix of `count` rows with
+// their weights (mat, wts), `step` apart or as row pointers, against one
+// vector with its weights (x, w). g holds a constant per row (or one for all,
+// oneConst); dst a value per row (a member that reads its constants there
+// finds them), or one value for all (Fold: the mixtures). ref gives row k's
+// value: exactly, or, for members whose grouping of terms is free, the value
+// they approximate.
+enum class Reduce { Store, Max, Add, Fold };
+template <class T, class O>
+struct RowMember {
+  const char* name;
+  VspStatus (*d2)(const T*, const T*, Vsp32s, const T*, const T*, Vsp32s, const O*, O*, Vsp32s,
+                  Vsp32s);
+  VspStatus (*d2l)(const T* const*, const T* const*, const T*, const T*, Vsp32s, const O*, O*,
+                   Vsp32s, Vsp32s);
+  O (*ref)(const T*, const T*, const T*, const T*, Vsp32s, O, Vsp32s);
+  Reduce reduce;
+  bool exact, oneConst;
+};
+
+// Every member in both layouts over widths (vector tails), counts (groups of
+// four, batches of 64), gaps that must never be read, and rows and vectors at
+// different offsets from a 16-byte boundary; dst lies between guard zones.
+template <class T, class O, size_t N>
+void expectRows(const RowMember<T, O> (&members)[N], uint64_t seed, T (*data)(Rng&),
+                T (*weight)(Rng&)) {
+  SCOPED_TRACE(seedTrace(seed));
+  Rng rng(seed);
+  const int sf = 3;
+  for (const RowMember<T, O>& mb : members)
+    for (int width : lengthsAround(8))
+      for (int count : {1, 5, 67})
+        for (int gap : {0, 3})
+          for (size_t at : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << mb.name << " width " << width << " count " << count
+                                            << " gap " << gap << " at " << at);
+            const int step = width + gap, outs = mb.reduce == Reduce::Fold ? 1 : count;
+            const Matrix<T> mat(rng, count, width, step, data, at * sizeof(T)),
+                wts(rng, count, width, step, weight, at * sizeof(T)),
+                x(rng, 1, width, width, data, (1 - at) * sizeof(T)),
+                w(rng, 1, width, width, weight, at * sizeof(T));
+            std::vector<O> g(count), start(count);
+            Guarded<O> a(outs), b(outs);
+            for (int k = 0; k < count; ++k) {
+              g[k] = k && mb.oneConst ? g[0] : O(rng.integer(-50, 50)),
+              start[k] = O(rng.integer(-200, 100));
+              if (k < outs) a[k] = b[k] = mb.reduce == Reduce::Store ? g[k] : start[k];
+            }
+            ASSERT_EQ(mb.d2(mat.data(), wts.data(), step, x.data(), w.data(), width, g.data(),
+                            a.data(), count, sf),
+                      0);
+            ASSERT_EQ(mb.d2l(mat.rows.data(), wts.rows.data(), x.data(), w.data(), width, g.data(),
+                             b.data(), count, sf),
+                      0);
+            ASSERT_TRUE(a.guardsIntact() && b.guardsIntact());
+            O fold = 0;
+            for (int k = 0; k < count; ++k) {
+              const O one = mb.ref(mat.rows[k], wts.rows[k], x.data(), w.data(), width, g[k], sf);
+              O want = one;
+              if (mb.reduce == Reduce::Max && !(one > start[k])) want = start[k];
+              if constexpr (std::is_floating_point_v<O>) {
+                if (mb.reduce == Reduce::Add) want = logAddRef(start[k], one);
+                fold = k ? logAddRef(fold, one) : one;
+              }
+              if (k >= outs) continue;
+              const LD tol =
+                  std::numeric_limits<O>::epsilon() * (width + 8) * 2 *
+                  (std::fabs(LD(one)) + 2 * std::fabs(LD(g[k])) + std::fabs(LD(start[k])));
+              ASSERT_TRUE(mb.reduce == Reduce::Fold ||
+                          (mb.exact ? bits(a[k]) == bits(want) : fabsl(LD(a[k]) - want) <= tol))
+                  << "row " << k << ": " << a[k] << " vs " << want;
+              ASSERT_EQ(bits(b[k]), bits(a[k])) << "row " << k;
+            }
+            ASSERT_TRUE(mb.reduce != Reduce::Fold || bits(a[0]) == bits(fold))
+                << a[0] << " vs " << fold;
+          }
+}
+
 // ---- Refusals ----------------------------------------------------------------------
 //
 // Valid arguments of every element type. A call takes its pointers through
