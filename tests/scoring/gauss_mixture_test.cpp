@@ -2,8 +2,6 @@
 // against long double; the shortlist members against the single-observation
 // kernels with hand-built bit matrices; the 16-bit hit counter; each
 // member's order of checks and the shortlist members' allocation failure.
-#include <cmath>
-#include <vector>
 
 #include "scoring/scoring_support.h"
 

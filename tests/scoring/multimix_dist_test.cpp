@@ -2,10 +2,6 @@
 // kernels, and the free-order kernels of every tier against long double; the
 // Gaussian pair distances against closed forms in long double, with their
 // warnings; the integer rules of the vector steps; each family's check order.
-#include <cmath>
-#include <limits>
-#include <type_traits>
-#include <vector>
 
 #include "scoring/gauss_multimix.h"
 #include "scoring/scoring_support.h"
@@ -59,39 +55,6 @@ TEST(MultiRow, EveryMemberAgreesWithTheSingleObservationKernel) {
   expectRows(kF64, 502, dataOf<double>, weightOf<double>);
   expectRows(kScaled, 503, dataOf<int16_t>, weightOf<int16_t>);
   expectRows(kInt, 504, dataOf<int16_t>, weightOf<int16_t>);
-}
-
-// The free-order kernels of every tier against long double.
-template <class T, class Acc>
-void freeOrderSums(uint64_t seed) {
-  SCOPED_TRACE(seedTrace(seed));
-  Rng rng(seed);
-  for (int width : lengthsAround(8))
-    for (int count : {1, 5, 67}) {
-      const Matrix<T> mat(rng, count, width, width + 3, dataOf<T>, sizeof(T)),
-          wts(rng, count, width, width + 3, weightOf<T>), x(rng, 1, width, width, dataOf<T>);
-      const T* xs = x.data();
-      std::vector<Acc> zero(count), out(count);
-      for (vsp::Tier tier : hostTiers()) {
-        vsp::FreeOrderSums::run(
-            tier, vsp::RowBatch<T, Acc>{&xs, mat.rows.data(), wts.rows.data(), zero.data(),
-                                        out.data(), count, width, true, false});
-        for (int k = 0; k < count; ++k) {
-          LD sum = 0;
-          for (int i = 0; i < width; ++i)
-            sum += (LD(xs[i]) - mat.rows[k][i]) * (LD(xs[i]) - mat.rows[k][i]) * wts.rows[k][i];
-          ASSERT_NEAR(out[k], double(sizeof(T) == 2 ? sum : -sum),
-                      double(std::numeric_limits<Acc>::epsilon() * (width + 8) * sum))
-              << tierName(tier) << " width " << width << " row " << k;
-        }
-      }
-    }
-}
-
-TEST(MultiRow, FreeOrderKernelsOfEveryTier) {
-  freeOrderSums<float, float>(505);
-  freeOrderSums<double, double>(506);
-  freeOrderSums<int16_t, float>(507);
 }
 
 // ---- Gaussian pairs --------------------------------------------------------------------------
