@@ -213,30 +213,30 @@ TEST(DCTLifter, RefusalsInTheirOrder) {
                     (block.untouched() && made == nullptr && vspcoreTestLiveBlocks() == live));
         if (made) vspsDCTLifterFree_32f(made);
       }
-  Vsp32s b = -1, b16 = 0;
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(4, 2, nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(0, 0, nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(0, 1, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(4, 0, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(4, 5, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_MulC0_16s(8193, 13, &b), vspStatusBadSize);
-  // A shape whose object exceeds a 32-bit byte count is refused, not wrapped.
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(100000, 100000, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(INT32_MAX, 1, &b), vspStatusBadSize);
-  EXPECT_EQ(b, -1);
-  EXPECT_EQ(vspsDCTLifterGetSize_MulC0_16s(8192, 13, &b), vspStatusOk);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(8192, 13, &b16), vspStatusOk);
-  EXPECT_EQ(b, b16);
+  // GetSize: sizes as Init checks them, an object beyond a 32-bit byte count
+  // refused rather than wrapped, and the MulC0 member's own limit.
+  const int getSizeRows[][4] = {{0, 1, 0, kSize},           {4, 0, 1, kSize},
+                                {4, 5, 0, kSize},           {8193, 13, 2, kSize},
+                                {100000, 100000, 0, kSize}, {INT32_MAX, 1, 1, kSize},
+                                {8192, 13, 2, kOk},         {4, 4, 1, kOk}};
+  for (const auto& r : getSizeRows) {
+    Vsp32s b = -1;
+    const auto getSize = r[2] == 0   ? vspsDCTLifterGetSize_32f
+                         : r[2] == 1 ? vspsDCTLifterGetSize_16s
+                                     : vspsDCTLifterGetSize_MulC0_16s;
+    EXPECT_EQ(getSize(r[0], r[1], &b), r[3]) << r[0] << " " << r[1];
+    EXPECT_EQ(b == -1, r[3] != kOk);
+  }
+  EXPECT_EQ(vspsDCTLifterGetSize_16s(4, 2, nullptr), vspStatusNullPointer);
   VspDCTLifterState_16s* st = nullptr;
   ASSERT_EQ(vspsDCTLifterInitAlloc_C0_16s(&st, 4, 2, 22, 1.0f, 1.0f), vspStatusOk);
   const Vsp16s src[4] = {1, 2, 3, 4};
-  const Vsp32s wide[4] = {1, 2, 3, 4};
   float x[4] = {};
   Guarded<Vsp16s> dst(3);
   EXPECT_EQ(vspsDCTLifter_16s_Sfs(nullptr, dst.data(), st, 0), vspStatusNullPointer);
   EXPECT_EQ(vspsDCTLifter_16s_Sfs(src, nullptr, st, 0), vspStatusNullPointer);
   EXPECT_EQ(vspsDCTLifter_16s_Sfs(src, dst.data(), nullptr, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifter_32s16s_Sfs(wide, dst.data(), nullptr, 0), vspStatusNullPointer);
+  EXPECT_EQ(vspsDCTLifter_32s16s_Sfs(nullptr, dst.data(), st, 0), vspStatusNullPointer);
   EXPECT_EQ(vspsDCTLifter_32f(x, x, nullptr), vspStatusNullPointer);
   EXPECT_TRUE(dst.untouched());
   EXPECT_EQ(vspsDCTLifterFree_16s(st), vspStatusOk);

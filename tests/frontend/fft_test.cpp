@@ -93,10 +93,6 @@ TEST(Fft, MagnitudeIsTheDoubleFormulaExactlyOnEveryPath) {
 
 TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
   int32_t spec = 0, init = -1, work = -1;
-  for (int order = 0; order <= 12; ++order) {
-    ASSERT_EQ(vsp::fftSpecGetSize(order, 8, 0, &spec, &init, &work), vspStatusOk);
-    EXPECT_EQ(work == 0, order <= 11) << order;  // up to N = 2048 a call works on its stack
-  }
   for (int order : {5, 12}) {
     ASSERT_EQ(vsp::fftSpecGetSize(order, 8, 0, &spec, &init, &work), vspStatusOk);
     // Exactly the reported bytes, one past a 32-byte boundary: the object's
@@ -113,7 +109,7 @@ TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
         [&] { return vsp::fftForwardComplexForm(x.data(), b.data(), s, nullptr); },
         [&](int) { EXPECT_EQ(b[0], 0.0f) << "a failed call wrote its output"; });
     EXPECT_EQ(vspcoreTestLiveBlocks(), live);
-    EXPECT_EQ(r.allocationPoints, order > 11 ? 1 : 0);
+    EXPECT_EQ(r.allocationPoints, order > 11 ? 1 : 0);  // none up to N = 2048
     EXPECT_EQ(a, b);
     EXPECT_TRUE(block.guardsIntact() && w.guardsIntact());
     EXPECT_EQ(vsp::fftSpecFree(s), vspStatusOk);
@@ -127,7 +123,6 @@ TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
   float buf[18] = {};
   EXPECT_EQ(vsp::fftForwardHalfComplex(nullptr, buf, s, nullptr), vspStatusNullPointer);
   EXPECT_EQ(vsp::fftInverseHalfComplex(buf, nullptr, s, nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vsp::fftSpecGetWorkSize(s, nullptr), vspStatusNullPointer);
   EXPECT_EQ(vsp::fftSpecFree(s), vspStatusOk);
   EXPECT_EQ(vsp::fftSpecGetSize(5, 8, 0, nullptr, &spec, &work), vspStatusNullPointer);
   for (int order : {-1, 28, 31})
