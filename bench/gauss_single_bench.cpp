@@ -53,59 +53,53 @@ __attribute__((noinline)) int32_t scalar16s(const int16_t* s, const int16_t* m, 
   return r < INT32_MIN ? INT32_MIN : r > INT32_MAX ? INT32_MAX : int32_t(r);
 }
 
-void BM_LogGaussSingle_32f(benchmark::State& st) {
+// One pair: the library call and the plain loop over the same model.
+template <class T, class Lib, class Ref>
+void sideBySide(benchmark::State& st, Lib lib, Ref ref) {
   const int n = int(st.range(0));
-  Model<float> md(n);
+  Model<T> md(n);
+  const double tLib = vspbench::timePerCall([&] { lib(md, n); });
+  const double tRef = vspbench::timePerCall([&] { ref(md, n); });
+  for (auto _ : st) lib(md, n);
+  st.counters["ratio"] = tRef / tLib;
+}
+
+void BM_LogGaussSingle_32f(benchmark::State& st) {
   float out = 0;
-  const double lib = vspbench::timePerCall([&] {
-    vspsLogGaussSingle_32f(md.src.data(), md.mean.data(), md.var.data(), n, &out, 1.0f);
-    benchmark::DoNotOptimize(out);
-  });
-  const double ref = vspbench::timePerCall([&] {
-    out = scalar32f(md.src.data(), md.mean.data(), md.var.data(), n, 1.0f);
-    benchmark::DoNotOptimize(out);
-  });
-  for (auto _ : st) {
-    vspsLogGaussSingle_32f(md.src.data(), md.mean.data(), md.var.data(), n, &out, 1.0f);
-    benchmark::DoNotOptimize(out);
-  }
-  st.counters["ratio"] = ref / lib;
+  sideBySide<float>(
+      st,
+      [&](Model<float>& m, int n) {
+        vspsLogGaussSingle_32f(m.src.data(), m.mean.data(), m.var.data(), n, &out, 1.0f);
+        benchmark::DoNotOptimize(out);
+      },
+      [&](Model<float>& m, int n) {
+        benchmark::DoNotOptimize(out = scalar32f(m.src.data(), m.mean.data(), m.var.data(), n, 1));
+      });
 }
 void BM_LogGaussSingle_64f(benchmark::State& st) {
-  const int n = int(st.range(0));
-  Model<double> md(n);
   double out = 0;
-  const double lib = vspbench::timePerCall([&] {
-    vspsLogGaussSingle_64f(md.src.data(), md.mean.data(), md.var.data(), n, &out, 1.0);
-    benchmark::DoNotOptimize(out);
-  });
-  const double ref = vspbench::timePerCall([&] {
-    out = scalar64f(md.src.data(), md.mean.data(), md.var.data(), n, 1.0);
-    benchmark::DoNotOptimize(out);
-  });
-  for (auto _ : st) {
-    vspsLogGaussSingle_64f(md.src.data(), md.mean.data(), md.var.data(), n, &out, 1.0);
-    benchmark::DoNotOptimize(out);
-  }
-  st.counters["ratio"] = ref / lib;
+  sideBySide<double>(
+      st,
+      [&](Model<double>& m, int n) {
+        vspsLogGaussSingle_64f(m.src.data(), m.mean.data(), m.var.data(), n, &out, 1.0);
+        benchmark::DoNotOptimize(out);
+      },
+      [&](Model<double>& m, int n) {
+        benchmark::DoNotOptimize(out = scalar64f(m.src.data(), m.mean.data(), m.var.data(), n, 1));
+      });
 }
 void BM_LogGaussSingle_16s32s_Sfs(benchmark::State& st) {
-  const int n = int(st.range(0));
-  Model<int16_t> md(n);
   int32_t out = 0;
-  const double lib = vspbench::timePerCall([&] {
-    vspsLogGaussSingle_16s32s_Sfs(md.src.data(), md.mean.data(), md.var.data(), n, &out, 1, 4);
-    benchmark::DoNotOptimize(out);
-  });
-  const double ref = vspbench::timePerCall([&] {
-    out = scalar16s(md.src.data(), md.mean.data(), md.var.data(), n, 1, 4);
-    benchmark::DoNotOptimize(out);
-  });
-  for (auto _ : st) {
-    vspsLogGaussSingle_16s32s_Sfs(md.src.data(), md.mean.data(), md.var.data(), n, &out, 1, 4);
-    benchmark::DoNotOptimize(out);
-  }
-  st.counters["ratio"] = ref / lib;
+  sideBySide<int16_t>(
+      st,
+      [&](Model<int16_t>& m, int n) {
+        vspsLogGaussSingle_16s32s_Sfs(m.src.data(), m.mean.data(), m.var.data(), n, &out, 1, 4);
+        benchmark::DoNotOptimize(out);
+      },
+      [&](Model<int16_t>& m, int n) {
+        benchmark::DoNotOptimize(out =
+                                     scalar16s(m.src.data(), m.mean.data(), m.var.data(), n, 1, 4));
+      });
 }
 
 BENCHMARK(BM_LogGaussSingle_32f)->Arg(13)->Arg(39)->Arg(256);
