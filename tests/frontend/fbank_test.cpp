@@ -4,6 +4,7 @@
 // order, the integer members exactly (with the 16-bit member's 32-bit product
 // wrap), what a failed allocation leaves, Get and Set with their validation
 // gaps, the refusals, the Mel conversions and the integer bank.
+#include "frontend/fbank.h"
 #include "frontend/fft.h"
 #include "frontend/frontend_support.h"
 
@@ -11,7 +12,33 @@ namespace {
 
 using namespace vsptest;
 
-constexpr float kMul = kMelMul, kDiv = kMelDiv;
+constexpr float kMul = 1127.0f, kDiv = 700.0f;
+
+double melOf(double f) { return kMul * std::log(1 + f / kDiv); }
+
+// The centres, and each filter's weights over bins c[j-1] .. c[j+1] in one
+// run (rising side, then falling side), as the Get functions give them.
+struct BankRead {
+  std::vector<int32_t> c;
+  std::vector<std::vector<float>> w;
+  float at(int j, int k) const { return w[size_t(j) - 1][size_t(k - c[size_t(j) - 1])]; }
+};
+template <class S, class GetC, class GetW>
+BankRead readBankWith(const S* s, GetC getC, GetW getW) {
+  BankRead r{std::vector<int32_t>(size_t(s->filterCount) + 2), {}};
+  EXPECT_EQ(getC(s, r.c.data()), vspStatusOk);
+  for (int j = 1; j <= s->filterCount; ++j) {
+    r.w.emplace_back(size_t(std::max(r.c[j + 1] - r.c[j - 1] + 1, 0)));
+    EXPECT_EQ(getW(s, j, r.w.back().data()), vspStatusOk);
+  }
+  return r;
+}
+BankRead readBank(const VspFBankState_32f* s) {
+  return readBankWith(s, vspsFBankGetCenters_32f, vspsFBankGetCoeffs_32f);
+}
+BankRead readBank(const VspFBankState_16s* s) {
+  return readBankWith(s, vspsFBankGetCenters_16s, vspsFBankGetCoeffs_16s);
+}
 
 // Single precision may fall on the other side of the decision point (an
 // integer when truncating, a half when rounding) only where the double value
