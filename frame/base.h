@@ -27,6 +27,9 @@
 // hidden by the build).
 #define VSP_EXPORT extern "C" VSP_API
 
+// Sanitizer builds may define this as plain inline to keep compile times sane.
+#ifndef VSP_ALWAYS_INLINE
 #define VSP_ALWAYS_INLINE inline __attribute__((always_inline))
+#endif
 #define VSP_LIKELY(x) __builtin_expect(!!(x), 1)
 #define VSP_UNLIKELY(x) __builtin_expect(!!(x), 0)
