@@ -1,11 +1,9 @@
-// Cosine transform and liftering: every construction variant against a
-// direct long-double formula, the 16-bit members against the float one, the
-// tiers against each other, the object layout and the refusals.
-#include <cmath>
-#include <cstring>
-#include <limits>
+// Cosine transform and liftering: every construction variant, built by Init in
+// a block of exactly the reported size and by InitAlloc, against the direct
+// long-double formula, with the 16-bit members against the float one; the
+// tiers bit for bit; refusals and what a failed allocation leaves.
+#include <algorithm>
 #include <memory>
-#include <vector>
 
 #include "frontend/dct_lifter.h"
 #include "support/harness.h"
@@ -20,254 +18,165 @@ const ld kEps32 = std::numeric_limits<float>::epsilon();
 
 enum class Variant { Plain, C0, Mul, MulC0 };
 const Variant kVariants[] = {Variant::Plain, Variant::C0, Variant::Mul, Variant::MulC0};
-const char* name(Variant v) {
-  return v == Variant::Plain ? "plain"
-         : v == Variant::C0  ? "C0"
-         : v == Variant::Mul ? "Mul"
-                             : "MulC0";
-}
 bool hasC0(Variant v) { return v == Variant::C0 || v == Variant::MulC0; }
+bool given(Variant v) { return v == Variant::Mul || v == Variant::MulC0; }
 
 // Construction arguments of every variant, and the lifter they stand for.
 struct Params {
   int dctLen, cepLen, lifterLen;
-  float lifterScale, c0;
+  float lifterScale = 1.5f, c0 = -0.75f;
   std::vector<float> mul;
-  Params(int n, int c, uint64_t seed) : dctLen(n), cepLen(c), lifterLen(22) {
+  bool nullMul = false;
+  Params(int n, int c, int l, uint64_t seed = 1) : dctLen(n), cepLen(c), lifterLen(l) {
     Rng r(seed);
-    lifterScale = r.uniformf(0.5f, 2);
-    c0 = r.uniformf(-2, 2);
-    for (int i = 0; i < c; ++i) mul.push_back(r.uniformf(-3, 3));
+    for (int i = 0; i < std::clamp(c, 1, 4096); ++i) mul.push_back(r.uniformf(-3, 3));
   }
+  const float* m() const { return nullMul ? nullptr : mul.data(); }
   // The multiplier of cepstrum i (0 is C0), in exact arithmetic.
   ld lifter(Variant v, int i) const {
-    if (v == Variant::Mul || v == Variant::MulC0) return mul[i == 0 ? cepLen - 1 : i - 1];
+    if (given(v)) return mul[i == 0 ? cepLen - 1 : i - 1];
     if (v == Variant::C0 && i == 0) return c0;
     return (1 + std::sin(i * kPi / lifterLen) * lifterLen / 2) * lifterScale;
   }
 };
 
-// Builds a state of either type by Init (into `block`) or by InitAlloc.
-template <class S>
-struct Api;
+// One construction form (Init or InitAlloc) of one element type, any variant.
 // clang-format off
-#define VSP_DCT_API(S, T)                                                                              \
-  template <>                                                                                         \
-  struct Api<S> {                                                                                     \
-    static VspStatus getSize(int n, int c, Vsp32s* b) { return vspsDCTLifterGetSize_##T(n, c, b); } \
-    static VspStatus init(S* s, Variant v, const Params& p) {                                         \
-      switch (v) {                                                                                    \
-        case Variant::Plain: return vspsDCTLifterInit_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale); \
-        case Variant::C0: return vspsDCTLifterInit_C0_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale, p.c0); \
-        case Variant::Mul: return vspsDCTLifterInit_Mul_##T(s, p.dctLen, p.mul.data(), p.cepLen);     \
-        default: return vspsDCTLifterInit_MulC0_##T(s, p.dctLen, p.mul.data(), p.cepLen);             \
-      }                                                                                               \
-    }                                                                                                 \
-    static VspStatus initAlloc(S** s, Variant v, const Params& p) {                                   \
-      switch (v) {                                                                                    \
-        case Variant::Plain: return vspsDCTLifterInitAlloc_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale); \
-        case Variant::C0: return vspsDCTLifterInitAlloc_C0_##T(s, p.dctLen, p.cepLen, p.lifterLen, p.lifterScale, p.c0); \
-        case Variant::Mul: return vspsDCTLifterInitAlloc_Mul_##T(s, p.dctLen, p.mul.data(), p.cepLen); \
-        default: return vspsDCTLifterInitAlloc_MulC0_##T(s, p.dctLen, p.mul.data(), p.cepLen);       \
-      }                                                                                               \
-    }                                                                                                 \
-    static VspStatus release(S* s) { return vspsDCTLifterFree_##T(s); }                               \
-  };
-VSP_DCT_API(VspDCTLifterState_32f, 32f)
-VSP_DCT_API(VspDCTLifterState_16s, 16s)
-#undef VSP_DCT_API
+#define VSP_DCT_FORM(FORM, T) [](auto* p, Variant v, const Params& a) {                         \
+    switch (v) {                                                                                \
+      case Variant::Plain: return vspsDCTLifter##FORM##_##T(p, a.dctLen, a.cepLen, a.lifterLen, \
+                                                            a.lifterScale);                     \
+      case Variant::C0: return vspsDCTLifter##FORM##_C0_##T(p, a.dctLen, a.cepLen, a.lifterLen, \
+                                                            a.lifterScale, a.c0);               \
+      case Variant::Mul: return vspsDCTLifter##FORM##_Mul_##T(p, a.dctLen, a.m(), a.cepLen);    \
+      default: return vspsDCTLifter##FORM##_MulC0_##T(p, a.dctLen, a.m(), a.cepLen);            \
+    } }
+template <class S> struct Api;
+template <> struct Api<VspDCTLifterState_32f> {
+  static constexpr auto init = VSP_DCT_FORM(Init, 32f);
+  static constexpr auto alloc = VSP_DCT_FORM(InitAlloc, 32f);
+  static constexpr auto getSize = vspsDCTLifterGetSize_32f;
+  static constexpr auto release = vspsDCTLifterFree_32f;
+};
+template <> struct Api<VspDCTLifterState_16s> {
+  static constexpr auto init = VSP_DCT_FORM(Init, 16s);
+  static constexpr auto alloc = VSP_DCT_FORM(InitAlloc, 16s);
+  static constexpr auto getSize = vspsDCTLifterGetSize_16s;
+  static constexpr auto release = vspsDCTLifterFree_16s;
+};
+#undef VSP_DCT_FORM
 // clang-format on
 
-// A state built by Init in a guarded block of exactly GetSize bytes (8 bytes
-// past a 64-byte boundary, so that the hand alignment inside is exercised),
-// or by InitAlloc.
+// A state built by InitAlloc, or by Init in a guarded block of exactly
+// GetSize bytes, `misalign` past a 64-byte boundary.
 template <class S>
-class State {
- public:
-  State(Variant v, const Params& p, bool alloc) : alloc_(alloc) {
+struct State {
+  std::unique_ptr<Guarded<unsigned char>> block;
+  S* obj = nullptr;
+  State(Variant v, const Params& p, bool alloc, size_t misalign) {
+    Vsp32s bytes = 0;
     if (alloc) {
-      EXPECT_EQ(Api<S>::initAlloc(&obj_, v, p), vspStatusOk);
+      EXPECT_EQ(Api<S>::alloc(&obj, v, p), vspStatusOk);
       return;
     }
-    Vsp32s bytes = 0;
     EXPECT_EQ(Api<S>::getSize(p.dctLen, p.cepLen, &bytes), vspStatusOk);
-    block_ = std::make_unique<Guarded<unsigned char>>(size_t(bytes), 8);
-    obj_ = reinterpret_cast<S*>(block_->data());
-    EXPECT_EQ(Api<S>::init(obj_, v, p), vspStatusOk);
+    block = std::make_unique<Guarded<unsigned char>>(size_t(bytes), misalign);
+    obj = reinterpret_cast<S*>(block->data());
+    EXPECT_EQ(Api<S>::init(obj, v, p), vspStatusOk);
   }
-  ~State() {
-    if (alloc_)
-      EXPECT_EQ(Api<S>::release(obj_), vspStatusOk);
-    else
-      EXPECT_TRUE(block_->guardsIntact()) << "Init wrote outside its GetSize block";
-  }
-  S* get() const { return obj_; }
-
- private:
-  bool alloc_;
-  S* obj_ = nullptr;
-  std::unique_ptr<Guarded<unsigned char>> block_;
+  ~State() { EXPECT_TRUE(block ? block->guardsIntact() : Api<S>::release(obj) == vspStatusOk); }
 };
 
-// Cepstrum i of the direct formula, and the size of the terms it adds.
-struct Ref {
-  ld value, magnitude;
-};
-template <class T>
-Ref reference(const T* src, const Params& p, Variant v, int i) {
-  ld sum = 0, mag = 0;
-  for (int k = 1; k <= p.dctLen; ++k) {
-    const ld t = std::cos((k - 0.5L) * i * kPi / p.dctLen) * ld(src[k - 1]);
-    sum += t;
-    mag += std::fabs(t) + std::fabs(ld(src[k - 1])) * kEps32;
-  }
-  const ld l = p.lifter(v, i);
-  return {l * sum, std::fabs(l) * mag};
-}
-
-struct Shape {
-  int dctLen, cepLen;
-};
-const Shape kShapes[] = {{1, 1},   {2, 1},   {3, 3},   {7, 2},   {8, 8},   {9, 4},   {15, 7},
-                         {16, 13}, {17, 13}, {23, 12}, {24, 13}, {26, 13}, {40, 24}, {66, 30}};
-
-TEST(DCTLifter32f, EveryVariantAgreesWithTheDirectFormula) {
+// Float cepstra against the direct formula; the 16-bit members transform the
+// same integers in float, then scale by 2^-scaleFactor, round to nearest even
+// and saturate: the member on 32-bit input sees them 64 times larger and
+// shifts 6 more.
+TEST(DCTLifter, EveryVariantAndMemberAgreesWithTheDirectFormula) {
+  // dctLen, cepstrumLen, lifterLen
+  const int shapes[][3] = {{1, 1, 1},   {2, 1, 22},   {3, 3, 7},    {7, 2, 1},   {8, 8, 22},
+                           {9, 4, 2},   {15, 7, 13},  {16, 13, 22}, {17, 13, 9}, {23, 12, 22},
+                           {24, 13, 1}, {26, 13, 22}, {40, 24, 30}, {66, 30, 21}};
   for (Variant v : kVariants)
     for (bool alloc : {false, true})
-      for (const Shape& sh : kShapes)
-        for (size_t misalign : {0, 4}) {
-          const uint64_t seed = 11 + sh.dctLen * 131 + sh.cepLen + misalign;
-          SCOPED_TRACE(std::string(name(v)) + (alloc ? " InitAlloc" : " Init") + " dctLen=" +
-                       std::to_string(sh.dctLen) + " cepLen=" + std::to_string(sh.cepLen) +
-                       " misalign=" + std::to_string(misalign) + " " + seedTrace(seed));
-          const Params p(sh.dctLen, sh.cepLen, seed);
-          State<VspDCTLifterState_32f> st(v, p, alloc);
-          Rng r(seed);
-          Guarded<float> src(p.dctLen, misalign), dst(p.cepLen + hasC0(v), misalign);
-          for (int k = 0; k < p.dctLen; ++k) src[k] = r.uniformf(-20, 20);
-          ASSERT_EQ(vspsDCTLifter_32f(src.data(), dst.data(), st.get()), vspStatusOk);
-          for (int i = 1; i <= p.cepLen + hasC0(v); ++i) {
-            // C0 (row 0) comes last in the output.
-            const int row = i == p.cepLen + 1 ? 0 : i;
-            const Ref want = reference(src.data(), p, v, row);
-            // The table entries and the lifter each round once, each sum once
-            // per addition: a few units of roundoff of the summed magnitudes.
-            const ld bound = (p.dctLen + 6) * kEps32 * want.magnitude;
-            EXPECT_NEAR(double(dst[i - 1]), double(want.value), double(bound))
-                << "cepstrum " << row;
-          }
-          EXPECT_TRUE(dst.guardsIntact()) << "wrote past the cepstra";
-          EXPECT_TRUE(src.guardsIntact());
-        }
-}
-
-// The fixed-point members transform in float: their result is the float
-// member's on the widened input, times 2^-scaleFactor, rounded to nearest
-// even (the default rounding of nearbyint) and saturated.
-template <class In>
-void checkSfsAgainstFloat(VspStatus (*member)(const In*, Vsp16s*, VspDCTLifterState_16s*, Vsp32s),
-                          In lo, In hi) {
-  for (Variant v : kVariants)
-    for (const Shape& sh : kShapes)
-      for (int sf : {-4, 0, 3}) {
-        const uint64_t seed = 900 + sh.dctLen * 7 + sh.cepLen + sf;
-        SCOPED_TRACE(std::string(name(v)) + " dctLen=" + std::to_string(sh.dctLen) +
-                     " sf=" + std::to_string(sf) + " " + seedTrace(seed));
-        const Params p(sh.dctLen, sh.cepLen, seed);
-        State<VspDCTLifterState_16s> st16(v, p, sf == 0);
-        State<VspDCTLifterState_32f> st32(v, p, true);
+      for (size_t s = 0; s < std::size(shapes); ++s) {
+        const uint64_t seed = 11 + 131 * s + size_t(v);
+        const int sf = int(s % 4) * 3;
+        SCOPED_TRACE(testing::Message() << "variant " << int(v) << (alloc ? " InitAlloc" : " Init")
+                                        << " shape " << s << " seed " << seed);
+        const Params p(shapes[s][0], shapes[s][1], shapes[s][2], seed);
+        const State<VspDCTLifterState_32f> st(v, p, alloc, 8 * (s % 8));
+        const State<VspDCTLifterState_16s> st16(v, p, !alloc, 8 * (s % 8));
         Rng r(seed);
         const int outs = p.cepLen + hasC0(v);
-        std::vector<In> src(p.dctLen);
-        std::vector<float> wide(p.dctLen), f(outs);
-        for (int k = 0; k < p.dctLen; ++k) wide[k] = float(src[k] = In(r.integer(lo, hi)));
-        Guarded<Vsp16s> dst(outs);
-        ASSERT_EQ(member(src.data(), dst.data(), st16.get(), sf), vspStatusOk);
-        ASSERT_EQ(vspsDCTLifter_32f(wide.data(), f.data(), st32.get()), vspStatusOk);
-        for (int i = 0; i < outs; ++i) {
-          const double want = std::min(
-              32767.0, std::max(-32768.0, double(std::nearbyint(f[i] * std::ldexp(1.0f, -sf)))));
-          EXPECT_EQ(dst[i], Vsp16s(want)) << "output " << i;
+        std::vector<Vsp16s> in16(p.dctLen);
+        std::vector<Vsp32s> in32(p.dctLen);
+        Guarded<float> src(p.dctLen, 4 * (s % 2)), dst(outs, 4 * (s % 2));
+        Guarded<Vsp16s> d16(outs), d32(outs);
+        for (int k = 0; k < p.dctLen; ++k) {
+          src[k] = in16[k] = Vsp16s(r.integer(-20000, 20000));
+          in32[k] = in16[k] * 64;
         }
-        EXPECT_TRUE(dst.guardsIntact());
+        ASSERT_EQ(vspsDCTLifter_32f(src.data(), dst.data(), st.obj), vspStatusOk);
+        ASSERT_EQ(vspsDCTLifter_16s_Sfs(in16.data(), d16.data(), st16.obj, sf), vspStatusOk);
+        ASSERT_EQ(vspsDCTLifter_32s16s_Sfs(in32.data(), d32.data(), st16.obj, sf + 6), vspStatusOk);
+        for (int i = 0; i < outs; ++i) {
+          const int row = i == p.cepLen ? 0 : i + 1;  // C0 comes last
+          ld sum = 0, mag = 0;
+          for (int k = 1; k <= p.dctLen; ++k) {
+            const ld t = std::cos((k - 0.5L) * row * kPi / p.dctLen) * src[k - 1];
+            sum += t, mag += std::fabs(t) + std::fabs(src[k - 1]) * kEps32;
+          }
+          // The table and the lifter each round once, each sum once an addition.
+          const ld l = p.lifter(v, row), bound = (p.dctLen + 6) * kEps32 * std::fabs(l) * mag;
+          EXPECT_NEAR(double(dst[i]), double(l * sum), double(bound)) << "cepstrum " << row;
+          const float want =
+              std::clamp(std::nearbyint(std::ldexp(dst[i], -sf)), -32768.0f, 32767.0f);
+          EXPECT_TRUE(d16[i] == want && d32[i] == want) << "cepstrum " << row;
+        }
+        EXPECT_TRUE(dst.guardsIntact() && src.guardsIntact() && d16.guardsIntact() &&
+                    d32.guardsIntact());
       }
 }
 
-TEST(DCTLifter16s, MatchesTheFloatMemberScaledRoundedAndSaturated) {
-  checkSfsAgainstFloat<Vsp16s>(vspsDCTLifter_16s_Sfs, -32768, 32767);
-}
-TEST(DCTLifter32s16s, MatchesTheFloatMemberScaledRoundedAndSaturated) {
-  checkSfsAgainstFloat<Vsp32s>(vspsDCTLifter_32s16s_Sfs, -3000000, 3000000);
-}
-
-// MulC0 with dctLen 1 and cepLen 1: C0 is multipliers[0] * src[0], so exact
-// halves show the rounding: ties go to even, both signs.
-TEST(DCTLifter16s, TiesRoundToEvenAndResultsSaturate) {
+// MulC0 with one input and one cepstrum: C0 is multipliers[0] * src[0], so
+// exact halves show the rounding: ties to even, both signs.
+TEST(DCTLifter, TiesRoundToEvenAndResultsSaturate) {
   const float mul[1] = {0.5f};
   VspDCTLifterState_16s* st = nullptr;
   ASSERT_EQ(vspsDCTLifterInitAlloc_MulC0_16s(&st, 1, mul, 1), vspStatusOk);
-  struct Row {
-    Vsp16s in;
-    int sf;
-    Vsp16s c0;
-  };
-  const Row rows[] = {{5, 0, 2},         {7, 0, 4},      {-5, 0, -2},        {-7, 0, -4},
-                      {2, 1, 0},         {6, 1, 2},      {10, 1, 2},         {9, 1, 2},
-                      {11, 1, 3},        {1, -1, 1},     {32767, -2, 32767}, {-32768, -3, -32768},
-                      {30001, 0, 15000}, {3, -30, 32767}};
-  for (const Row& r : rows) {
+  // src, scaleFactor, C0
+  // clang-format off
+  const int rows[][3] = {{5, 0, 2}, {7, 0, 4}, {-5, 0, -2}, {-7, 0, -4}, {2, 1, 0}, {6, 1, 2}, {10, 1, 2},
+                         {9, 1, 2}, {11, 1, 3}, {1, -1, 1}, {32767, -2, 32767}, {-32768, -3, -32768},
+                         {3, -30, 32767}, {30001, 0, 15000}};
+  // clang-format on
+  for (const auto& r : rows) {
+    const Vsp16s in = Vsp16s(r[0]);
     Vsp16s dst[2] = {0, 0};
-    ASSERT_EQ(vspsDCTLifter_16s_Sfs(&r.in, dst, st, r.sf), vspStatusOk);
-    EXPECT_EQ(dst[1], r.c0) << r.in << " sf " << r.sf;
+    ASSERT_EQ(vspsDCTLifter_16s_Sfs(&in, dst, st, r[1]), vspStatusOk);
+    EXPECT_EQ(dst[1], r[2]) << r[0] << " sf " << r[1];
   }
   EXPECT_EQ(vspsDCTLifterFree_16s(st), vspStatusOk);
 }
 
-TEST(DCTLifter, LifterEdgeCases) {
-  // lifterLen 1: sin(i pi) is nearly zero, so every multiplier is about the
-  // scale; C0 takes its own multiplier.
-  VspDCTLifterState_32f* st = nullptr;
-  ASSERT_EQ(vspsDCTLifterInitAlloc_C0_32f(&st, 4, 4, 1, 0.25f, 3.0f), vspStatusOk);
-  EXPECT_EQ(st->lifterLen, 1);
-  EXPECT_EQ(st->hasC0, 1);
-  for (int i = 1; i <= 4; ++i) EXPECT_NEAR(st->lifter[i], 0.25f, 1e-6f);
-  EXPECT_EQ(st->lifter[0], 3.0f);
-  for (int k = 0; k < 4; ++k) EXPECT_EQ(st->rows[0][k], 1.0f) << "row 0 is all ones";
-  EXPECT_EQ(vspsDCTLifterFree_32f(st), vspStatusOk);
-  // MulC0 with one cepstrum: multipliers[0] serves both outputs.
-  const float mul[1] = {-1.5f};
-  ASSERT_EQ(vspsDCTLifterInitAlloc_MulC0_32f(&st, 2, mul, 1), vspStatusOk);
-  EXPECT_EQ(st->lifterLen, -1);
-  const float src[2] = {1.0f, 3.0f};
-  float dst[2];
-  ASSERT_EQ(vspsDCTLifter_32f(src, dst, st), vspStatusOk);
-  EXPECT_EQ(dst[1], -1.5f * 4.0f);
-  EXPECT_NEAR(dst[0], -1.5 * (std::cos(kPi / 4) - 3 * std::cos(kPi / 4)), 1e-5);
-  EXPECT_EQ(vspsDCTLifterFree_32f(st), vspStatusOk);
-}
-
 // Every tier gives the baseline's bits, for every block count, with and
 // without a tail block, for row counts around the group of four.
-TEST(DCTLifterDots, EveryTierMatchesTheBaselineBits) {
-  const int maxBlocks = 9, maxRows = 9;
+TEST(DCTLifter, EveryTierMatchesTheBaselineBits) {
   Rng r(4242);
-  std::vector<float> table(maxRows * (maxBlocks + 1) * 8), src(maxBlocks * 8), tail(8),
-      mul(maxRows);
+  std::vector<float> table(9 * 80), src(80), mul(9), base(9), got(9);
   for (float& x : table) x = r.uniformf(-1, 1) * std::ldexp(1.0f, int(r.integer(-8, 8)));
   for (float& x : src) x = r.uniformf(-1, 1) * std::ldexp(1.0f, int(r.integer(-8, 8)));
-  for (float& x : tail) x = r.uniformf(-1, 1);
   for (float& x : mul) x = r.uniformf(-2, 2);
   std::vector<const float*> rows;
-  for (int j = 0; j < maxRows; ++j) rows.push_back(table.data() + j * (maxBlocks + 1) * 8);
-  for (int blocks = 0; blocks <= maxBlocks; ++blocks)
-    for (const float* t :
-         {static_cast<const float*>(nullptr), static_cast<const float*>(tail.data())})
-      for (int count = 1; count <= maxRows; ++count) {
-        std::vector<float> base(count), got(count);
-        vsp::dctDots(vsp::Tier::Base, src.data(), t, blocks, rows.data(), mul.data(), count,
+  for (int j = 0; j < 9; ++j) rows.push_back(&table[80 * j]);
+  for (int blocks = 0; blocks <= 9; ++blocks)
+    for (const float* tail :
+         {static_cast<const float*>(nullptr), static_cast<const float*>(&src[72])})
+      for (int count = 1; count <= 9; ++count) {
+        vsp::dctDots(vsp::Tier::Base, src.data(), tail, blocks, rows.data(), mul.data(), count,
                      base.data());
         for (vsp::Tier tier : hostTiers()) {
-          vsp::dctDots(tier, src.data(), t, blocks, rows.data(), mul.data(), count, got.data());
+          vsp::dctDots(tier, src.data(), tail, blocks, rows.data(), mul.data(), count, got.data());
           for (int j = 0; j < count; ++j)
             EXPECT_EQ(bits(got[j]), bits(base[j]))
                 << tierName(tier) << " blocks=" << blocks << " count=" << count << " row " << j;
@@ -275,141 +184,89 @@ TEST(DCTLifterDots, EveryTierMatchesTheBaselineBits) {
       }
 }
 
-TEST(DCTLifter, GetSizeRefusalsAndLimits) {
-  Vsp32s b = -1;
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(4, 2, nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(0, 0, nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(0, 1, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(4, 0, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(4, 5, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_MulC0_16s(8193, 13, &b), vspStatusBadSize);
-  // A shape whose object exceeds a 32-bit byte count is refused, not wrapped.
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(100000, 100000, &b), vspStatusBadSize);
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(INT32_MAX, 1, &b), vspStatusBadSize);
-  EXPECT_EQ(b, -1);
-  EXPECT_EQ(vspsDCTLifterGetSize_MulC0_16s(8192, 13, &b), vspStatusOk);
-  Vsp32s b16 = 0;
-  EXPECT_EQ(vspsDCTLifterGetSize_16s(8192, 13, &b16), vspStatusOk);
-  EXPECT_EQ(b, b16);
-  EXPECT_EQ(vspsDCTLifterGetSize_32f(24, 24, &b), vspStatusOk);  // dctLen == cepLen is legal
-}
-
-// Init and InitAlloc share their checks: pointers, then sizes. The form
-// under test: 0 Init, 1 Init_C0, 2 Init_Mul, 3 InitAlloc, 4 InitAlloc_MulC0.
-int gInitForm = 0;
-struct InitFixture {
-  Guarded<unsigned char> block{4096};
-  VspDCTLifterState_32f* obj = reinterpret_cast<VspDCTLifterState_32f*>(block.data());
-  VspDCTLifterState_32f *allocated = nullptr, **outPtr = &allocated;
-  int dctLen = 24, cepLen = 13, lifterLen = 22;
-  const float kMul[13] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13};
-  const float* mul = kMul;
-  OutputWatch out;
-  InitFixture() {
-    out.watch(block.data(), block.size());
-    out.watch(&allocated, sizeof(allocated));
+// Every Init and InitAlloc checks pointers, then sizes, and touches nothing
+// when it refuses.
+TEST(DCTLifter, RefusalsInTheirOrder) {
+  const int kSize = vspStatusBadSize, kNull = vspStatusNullPointer, kOk = vspStatusOk;
+  // dctLen, cepstrumLen, lifterLen, null object, null multipliers, status of
+  // the lifter variants, status of the multiplier variants
+  const int rows[][7] = {
+      {0, 13, 22, 0, 0, kSize, kSize},  {24, 0, 22, 0, 0, kSize, kSize},
+      {24, 25, 22, 0, 0, kSize, kSize}, {1 << 20, 1 << 20, 22, 0, 0, kSize, kSize},
+      {0, 13, 22, 1, 0, kNull, kNull},  {-1, 13, 22, 0, 1, kSize, kNull},
+      {24, 13, 0, 0, 0, kSize, kOk}};
+  using A = Api<VspDCTLifterState_32f>;
+  for (Variant v : kVariants)
+    for (bool alloc : {false, true})
+      for (const auto& r : rows) {
+        Params p(r[0], r[1], r[2]);
+        p.nullMul = r[4];
+        Guarded<unsigned char> block(4096);
+        VspDCTLifterState_32f *obj = r[3] ? nullptr
+                                          : reinterpret_cast<VspDCTLifterState_32f*>(block.data()),
+                              *made = nullptr;
+        const long live = vspcoreTestLiveBlocks();
+        const VspStatus s = alloc ? A::alloc(r[3] ? nullptr : &made, v, p) : A::init(obj, v, p);
+        EXPECT_EQ(s, given(v) ? r[6] : r[5])
+            << int(v) << " " << alloc << " " << r[0] << "," << r[1];
+        EXPECT_TRUE(s == vspStatusOk ||
+                    (block.untouched() && made == nullptr && vspcoreTestLiveBlocks() == live));
+        if (made) vspsDCTLifterFree_32f(made);
+      }
+  // GetSize: sizes as Init checks them, an object beyond a 32-bit byte count
+  // refused rather than wrapped, and the MulC0 member's own limit.
+  const int getSizeRows[][4] = {{0, 1, 0, kSize},           {4, 0, 1, kSize},
+                                {4, 5, 0, kSize},           {8193, 13, 2, kSize},
+                                {100000, 100000, 0, kSize}, {INT32_MAX, 1, 1, kSize},
+                                {8192, 13, 2, kOk},         {4, 4, 1, kOk}};
+  for (const auto& r : getSizeRows) {
+    Vsp32s b = -1;
+    const auto getSize = r[2] == 0   ? vspsDCTLifterGetSize_32f
+                         : r[2] == 1 ? vspsDCTLifterGetSize_16s
+                                     : vspsDCTLifterGetSize_MulC0_16s;
+    EXPECT_EQ(getSize(r[0], r[1], &b), r[3]) << r[0] << " " << r[1];
+    EXPECT_EQ(b == -1, r[3] != kOk);
   }
-  VspStatus call() {
-    // clang-format off
-    const VspStatus s =
-        gInitForm == 0 ? vspsDCTLifterInit_32f(obj, dctLen, cepLen, lifterLen, 1.0f)
-      : gInitForm == 1 ? vspsDCTLifterInit_C0_32f(obj, dctLen, cepLen, lifterLen, 1.0f, 2.0f)
-      : gInitForm == 2 ? vspsDCTLifterInit_Mul_32f(obj, dctLen, mul, cepLen)
-      : gInitForm == 3 ? vspsDCTLifterInitAlloc_32f(outPtr, dctLen, cepLen, lifterLen, 1.0f)
-      : vspsDCTLifterInitAlloc_MulC0_32f(outPtr, dctLen, mul, cepLen);
-    // clang-format on
-    if (s == vspStatusOk && allocated) vspsDCTLifterFree_32f(allocated), allocated = nullptr;
-    return s;
-  }
-};
-
-TEST(DCTLifter, InitRefusals) {
-  using F = InitFixture;
-  for (gInitForm = 0; gInitForm < 5; ++gInitForm) {
-    SCOPED_TRACE("form " + std::to_string(gInitForm));
-    const bool mulForm = gInitForm == 2 || gInitForm == 4;
-    // clang-format off
-    std::vector<Refusal<F>> table = {
-        {"dctLen 0", [](F& f) { f.dctLen = 0; }, vspStatusBadSize},
-        {"cepLen 0", [](F& f) { f.cepLen = 0; }, vspStatusBadSize},
-        {"dctLen below cepLen", [](F& f) { f.cepLen = 25; }, vspStatusBadSize},
-        {"too big for a 32-bit size", [](F& f) { f.dctLen = f.cepLen = 1 << 20; }, vspStatusBadSize},
-        {"null object and bad size", [](F& f) { f.obj = nullptr; f.outPtr = nullptr; f.dctLen = 0; }, vspStatusNullPointer},
-    };
-    if (mulForm) table.push_back({"null multipliers", [](F& f) { f.mul = nullptr; f.dctLen = -1; }, vspStatusNullPointer});
-    else table.push_back({"lifterLen 0", [](F& f) { f.lifterLen = 0; }, vspStatusBadSize});
-    // clang-format on
-    expectRefusals<F>(table);
-  }
-}
-
-struct TransformFixture {
+  EXPECT_EQ(vspsDCTLifterGetSize_16s(4, 2, nullptr), vspStatusNullPointer);
   VspDCTLifterState_16s* st = nullptr;
-  Vsp16s src[4] = {1, 2, 3, 4};
-  Guarded<Vsp16s> dst{3};
-  const Vsp16s* s = src;
-  Vsp16s* d = dst.data();
-  VspDCTLifterState_16s* state;
-  OutputWatch out;
-  TransformFixture() {
-    EXPECT_EQ(vspsDCTLifterInitAlloc_C0_16s(&st, 4, 2, 22, 1.0f, 1.0f), vspStatusOk);
-    state = st;
-    out.watch(dst.data(), 3 * sizeof(Vsp16s));
-  }
-  ~TransformFixture() { vspsDCTLifterFree_16s(st); }
-  VspStatus call() { return vspsDCTLifter_16s_Sfs(s, d, state, 0); }
-};
-
-TEST(DCTLifter, TransformAndFreeRefusals) {
-  using F = TransformFixture;
-  expectRefusals<F>({
-      {"null src", [](F& f) { f.s = nullptr; }, vspStatusNullPointer},
-      {"null dst", [](F& f) { f.d = nullptr; }, vspStatusNullPointer},
-      {"null state", [](F& f) { f.state = nullptr; }, vspStatusNullPointer},
-  });
-  float x[2] = {0, 0};
+  ASSERT_EQ(vspsDCTLifterInitAlloc_C0_16s(&st, 4, 2, 22, 1.0f, 1.0f), vspStatusOk);
+  const Vsp16s src[4] = {1, 2, 3, 4};
+  float x[4] = {};
+  Guarded<Vsp16s> dst(3);
+  EXPECT_EQ(vspsDCTLifter_16s_Sfs(nullptr, dst.data(), st, 0), vspStatusNullPointer);
+  EXPECT_EQ(vspsDCTLifter_16s_Sfs(src, nullptr, st, 0), vspStatusNullPointer);
+  EXPECT_EQ(vspsDCTLifter_16s_Sfs(src, dst.data(), nullptr, 0), vspStatusNullPointer);
   EXPECT_EQ(vspsDCTLifter_32f(x, x, nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifter_32s16s_Sfs(nullptr, nullptr, nullptr, 0), vspStatusNullPointer);
+  EXPECT_TRUE(dst.untouched());
+  EXPECT_EQ(vspsDCTLifterFree_16s(st), vspStatusOk);
   EXPECT_EQ(vspsDCTLifterFree_32f(nullptr), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifterFree_16s(nullptr), vspStatusNullPointer);
 }
 
-// A failed InitAlloc returns NoMemory with the object already published
-// (null only when the object itself failed); the pieces it got stay alive
-// until the caller's Free releases them all.
+// A failed InitAlloc returns NoMemory with the object already published (null
+// only when the object itself failed); the pieces it got stay alive until the
+// caller's Free releases them all.
+template <class S>
+void allocFailuresLeaveAFreeableObject(Variant v, int points) {
+  const Params p(26, 13, 22);
+  S* obj = nullptr;
+  const long live = vspcoreTestLiveBlocks();
+  const SweepResult res = sweepAllocationFailures(
+      [&] { return obj = reinterpret_cast<S*>(&obj), Api<S>::alloc(&obj, v, p); },
+      [&](int n) {
+        ASSERT_EQ(obj == nullptr, n == 1);
+        EXPECT_TRUE(n == 1 || Api<S>::release(obj) == vspStatusOk);
+        EXPECT_EQ(vspcoreTestLiveBlocks(), live) << "Free left pieces of a partial object";
+      },
+      [](int n) { return long(n - 1); });
+  EXPECT_EQ(res.allocationPoints, points);
+  EXPECT_EQ(res.finalStatus, vspStatusOk);
+  EXPECT_EQ(Api<S>::release(obj), vspStatusOk);
+  EXPECT_EQ(vspcoreTestLiveBlocks(), live);
+}
+
 TEST(DCTLifter, InitAllocFailuresLeaveAFreeablePartialObject) {
-  for (bool sixteen : {false, true}) {
-    void* obj = nullptr;
-    auto call = [&]() -> VspStatus {
-      obj = reinterpret_cast<void*>(1);
-      if (sixteen)
-        return vspsDCTLifterInitAlloc_C0_16s(reinterpret_cast<VspDCTLifterState_16s**>(&obj), 26,
-                                             13, 22, 1.0f, 1.0f);
-      return vspsDCTLifterInitAlloc_32f(reinterpret_cast<VspDCTLifterState_32f**>(&obj), 26, 13, 22,
-                                        1.0f);
-    };
-    auto release = [&]() {
-      return sixteen ? vspsDCTLifterFree_16s(static_cast<VspDCTLifterState_16s*>(obj))
-                     : vspsDCTLifterFree_32f(static_cast<VspDCTLifterState_32f*>(obj));
-    };
-    const long live = vspcoreTestLiveBlocks();
-    const SweepResult res = sweepAllocationFailures(
-        call,
-        [&](int n) {
-          if (n == 1) {
-            EXPECT_EQ(obj, nullptr);
-            return;
-          }
-          ASSERT_NE(obj, nullptr);
-          EXPECT_EQ(release(), vspStatusOk);
-          EXPECT_EQ(vspcoreTestLiveBlocks(), live) << "Free left pieces of a partial object";
-        },
-        [](int n) { return long(n - 1); });
-    EXPECT_EQ(res.allocationPoints, sixteen ? 4 : 3);
-    EXPECT_EQ(res.finalStatus, vspStatusOk);
-    EXPECT_EQ(release(), vspStatusOk);
-    EXPECT_EQ(vspcoreTestLiveBlocks(), live);
-  }
+  allocFailuresLeaveAFreeableObject<VspDCTLifterState_32f>(Variant::Plain, 3);
+  allocFailuresLeaveAFreeableObject<VspDCTLifterState_16s>(Variant::C0, 4);
 }
 
 }  // namespace

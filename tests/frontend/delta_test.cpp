@@ -1,13 +1,8 @@
-// Delta features: every streaming member against a whole-utterance formula,
-// streams cut into blocks of every size against one whole call, the Aurora
-// weights, the batch members' edge rule, and the refusals.
-#include <algorithm>
-#include <cmath>
+// Delta features: every streaming member against the window definitions over
+// the whole utterance and, cut into blocks of every size, against one whole
+// call; the Aurora weights; the batch members' edge rule; the refusals.
 #include <cstring>
 #include <functional>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include "support/harness.h"
 
@@ -18,35 +13,35 @@ using ld = long double;
 
 enum class Kind { Delta, DeltaDelta, Aurora };
 
-// Scales of every member kind: the scalars, and multiplier rows of `width`.
+// Scales of every member: the scalars, and multiplier rows of `width`. Beyond
+// a shift of 8 the 16-bit scales are large, so that the products wrap.
 struct Scales {
+  int sf;
   float d32 = 0.5f, dd32 = -1.25f;
-  Vsp16s d16 = 3, dd16 = -2;
+  Vsp16s d16, dd16;
   std::vector<float> m32;
   std::vector<Vsp16s> m16;
-  int sf = 0;
   bool nullMul = false;
+  Scales(int width, uint64_t seed, int sf_)
+      : sf(sf_), d16(sf_ > 8 ? 32767 : 3), dd16(sf_ > 8 ? -32768 : -2) {
+    Rng r(seed);
+    for (int i = 0; i < 3 * width; ++i)
+      m32.push_back(r.uniformf(-2, 2)), m16.push_back(sf > 8 ? r.s16() : r.s16(-5, 5));
+  }
   const float* p32() const { return nullMul ? nullptr : m32.data(); }
   const Vsp16s* p16() const { return nullMul ? nullptr : m16.data(); }
-  Scales(int width, uint64_t seed, int sf_) : sf(sf_) {
-    Rng r(seed);
-    for (int i = 0; i < 3 * width; ++i) {
-      m32.push_back(r.uniformf(-2, 2));
-      m16.push_back(r.s16(-5, 5));
-    }
-  }
+  const float* p(float) const { return p32(); }
+  const Vsp16s* p(Vsp16s) const { return p16(); }
 };
 
 // A streaming member behind one signature; src and dst are float or Vsp16s
 // as the member's type says.
-using StreamCall = std::function<VspStatus(const void* src, int width, void* dst, int step,
-                                           int height, int mode, const Scales& s)>;
 struct Member {
   const char* name;
   Kind kind;
   int L;
   bool fix, mul;
-  StreamCall call;
+  std::function<VspStatus(const void*, int, void*, int, int, int, const Scales&)> call;
   int history() const { return kind == Kind::Aurora ? 8 : kind == Kind::Delta ? 2 * L : 3 * L; }
   int blocks() const { return kind == Kind::Delta ? 2 : 3; }
 };
@@ -92,248 +87,170 @@ Vsp16s fixRule(int64_t raw, int scale, int sf) {
   const int32_t s = sf > 0 ? v >> n : sf < 0 ? int32_t(uint32_t(v) << n) : v;
   return Vsp16s(std::min(32767, std::max(-32768, s)));
 }
+ld scaled(float v, float s, int) { return v * s; }
+ld scaled(Vsp16s v, Vsp16s s, int sf) { return fixRule(v, s, sf); }
 
-// One utterance, its member's output computed from the definitions over the
-// whole of it, and the tolerance of each block (0: exact).
-struct Utterance {
-  int frames, width, srcStep;
-  std::vector<float> s32;
-  std::vector<Vsp16s> s16;
-  Utterance(const Member& m, int frames_, int width_, uint64_t seed)
-      : frames(frames_), width(width_), srcStep(m.kind == Kind::Aurora ? 14 : width_) {
-    Rng r(seed);
-    for (int i = 0; i < frames * srcStep; ++i) {
-      // Column 13 of Aurora rows is never read: make it loud.
-      const bool spare = i % srcStep >= width;
-      s32.push_back(spare ? 1e30f : r.uniformf(-8, 8));
-      s16.push_back(spare ? Vsp16s(32767) : r.s16(-12000, 12000));
-    }
-  }
-  const void* src(const Member& m) const {
-    return m.fix ? static_cast<const void*>(s16.data()) : static_cast<const void*>(s32.data());
-  }
-  // reference[t][b * width + c]
-  std::vector<std::vector<ld>> reference(const Member& m, const Scales& sc, ld* tol) const;
-};
-
-std::vector<std::vector<ld>> Utterance::reference(const Member& m, const Scales& sc,
-                                                  ld* tol) const {
-  const int T = frames, W = width;
-  auto at = [&](const std::vector<std::vector<ld>>& v, int t, int c) {
-    return v[std::min(std::max(t, 0), T - 1)][c];
+// The member's output from the definitions over the whole utterance `in`
+// (rows of srcStep): rows of blocks * W, and the tolerance of the derived
+// float values (0: exact).
+template <class T>
+std::vector<ld> reference(const Member& m, const Scales& sc, const std::vector<T>& in, int W,
+                          int srcStep, ld* tol) {
+  constexpr bool fix = sizeof(T) == 2;
+  const int F = int(in.size()) / srcStep, B = m.blocks();
+  const T* mul = sc.p(T());
+  std::vector<ld> x(size_t(F) * W), d(x), out(size_t(F) * B * W);
+  auto at = [&](const std::vector<ld>& v, int t, int c) {  // missing frames are the nearest
+    return v[size_t(std::clamp(t, 0, F - 1)) * W + c];
   };
-  std::vector<std::vector<ld>> x(T, std::vector<ld>(W)), d = x, dd = x;
-  for (int t = 0; t < T; ++t)
-    for (int c = 0; c < W; ++c) {
-      const int i = t * srcStep + c;
-      if (!m.mul)
-        x[t][c] = m.fix ? ld(s16[i]) : ld(s32[i]);
-      else
-        x[t][c] = m.fix ? ld(fixRule(s16[i], sc.m16[c], sc.sf)) : ld(s32[i] * sc.m32[c]);
-    }
   // The regression windows in the element type's own arithmetic.
-  auto win = [&](const std::vector<std::vector<ld>>& v, int t, int c, int block) -> ld {
-    const float fs = m.mul ? sc.m32[block * W + c] : block == 1 ? sc.d32 : sc.dd32;
-    const int is = m.mul ? sc.m16[block * W + c] : block == 1 ? sc.d16 : sc.dd16;
-    if (m.fix) {
+  auto win = [&](const std::vector<ld>& v, int t, int c, int block) -> ld {
+    const T s = m.mul        ? mul[block * W + c]
+                : block == 1 ? T(fix ? sc.d16 : sc.d32)
+                             : T(fix ? sc.dd16 : sc.dd32);
+    if constexpr (fix) {
       int64_t raw = int64_t(at(v, t + 1, c) - at(v, t - 1, c));
       if (m.L == 2) raw += 2 * int64_t(at(v, t + 2, c) - at(v, t - 2, c));
-      return fixRule(raw, is, sc.sf);
+      return fixRule(raw, s, sc.sf);
+    } else {
+      float raw = float(at(v, t + 1, c)) - float(at(v, t - 1, c));
+      if (m.L == 2) raw = raw + 2.0f * (float(at(v, t + 2, c)) - float(at(v, t - 2, c)));
+      return raw * s;
     }
-    float raw = float(at(v, t + 1, c)) - float(at(v, t - 1, c));
-    if (m.L == 2) raw = raw + 2.0f * (float(at(v, t + 2, c)) - float(at(v, t - 2, c)));
-    return raw * fs;
   };
+  for (size_t i = 0; i < x.size(); ++i) {
+    const T v = in[i / W * srcStep + i % W];
+    x[i] = m.mul ? scaled(v, mul[i % W], sc.sf) : v;
+  }
   *tol = 0;
-  for (int t = 0; t < T; ++t)
+  for (int t = 0; t < F; ++t)
     for (int c = 0; c < W; ++c) {
+      ld* o = &out[size_t(t) * B * W + c];
+      o[0] = at(x, t, c);
       if (m.kind != Kind::Aurora) {
-        d[t][c] = win(x, t, c, 1);
+        o[W] = d[size_t(t) * W + c] = win(x, t, c, 1);
         continue;
       }
-      // Aurora: k / 4 and the second derivative weights over nine frames.
-      ld sd = 0, s2 = 0, mag = 0;
+      ld sd = 0, s2 = 0, mag = 0;  // weights k / 4 and the second derivative's, nine frames
       for (int k = -4; k <= 4; ++k) {
-        sd += ld(k) / 4 * at(x, t + k, c);
-        s2 += ld(kAuroraSecond[k + 4]) * at(x, t + k, c);
-        mag += std::fabs(at(x, t + k, c));
+        const ld v = at(x, t + k, c);
+        sd += k * v / 4, s2 += kAuroraSecond[k + 4] * v, mag += std::fabs(v);
       }
-      const ld m1 = m.mul ? (m.fix ? sc.m16[W + c] : sc.m32[W + c]) : 1;
-      const ld m2 = m.mul ? (m.fix ? sc.m16[2 * W + c] : sc.m32[2 * W + c]) : 1;
-      if (m.fix) {
-        d[t][c] = fixRule(int64_t(sd * 4) * int64_t(m1), 1, sc.sf + 2);
-        const ld v = std::ldexp(s2 * m2, -sc.sf);
-        dd[t][c] = std::trunc(std::min(ld(32767), std::max(ld(-32768), v)));
-        *tol = 1;  // float sums before truncation
-      } else {
-        d[t][c] = sd * m1;
-        dd[t][c] = s2 * m2;
-        *tol = std::max(*tol, 12 * mag * 4 * std::numeric_limits<float>::epsilon());
-      }
+      const ld m1 = m.mul ? ld(mul[W + c]) : 1, m2 = m.mul ? ld(mul[2 * W + c]) : 1;
+      o[W] = fix ? ld(fixRule(int64_t(sd * 4) * int64_t(m1), 1, sc.sf + 2)) : sd * m1;
+      o[2 * W] = fix ? std::trunc(std::clamp(std::ldexp(s2 * m2, -sc.sf), ld(-32768), ld(32767)))
+                     : s2 * m2;
+      *tol = fix ? 1 : std::max(*tol, 48 * mag * std::numeric_limits<float>::epsilon());
     }
-  if (m.kind == Kind::DeltaDelta)
-    for (int t = 0; t < T; ++t)
-      for (int c = 0; c < W; ++c) dd[t][c] = win(d, t, c, 2);
-  std::vector<std::vector<ld>> out(T);
-  for (int t = 0; t < T; ++t) {
-    out[t] = x[t];
-    out[t].insert(out[t].end(), d[t].begin(), d[t].end());
-    if (m.blocks() == 3) out[t].insert(out[t].end(), dd[t].begin(), dd[t].end());
-  }
+  for (int t = 0; t < F && m.kind == Kind::DeltaDelta; ++t)
+    for (int c = 0; c < W; ++c) out[(size_t(t) * B + 2) * W + c] = win(d, t, c, 2);
   return out;
 }
 
-// An output matrix of the member's type with a padded step.
-struct Matrix {
-  bool fix;
-  int rows, step, es;
-  Guarded<unsigned char> bytes;
-  Matrix(const Member& m, int rows_, int step_, size_t misalign = 0)
-      : fix(m.fix),
-        rows(rows_),
-        step(step_),
-        es(m.fix ? 2 : 4),
-        bytes(size_t(rows_) * step_ * es, misalign * es) {}
-  void* row(int t) { return bytes.data() + size_t(t) * step * es; }
-  ld at(int t, int c) const {
-    const unsigned char* p = bytes.data() + (size_t(t) * step + c) * es;
-    return fix ? ld(*reinterpret_cast<const Vsp16s*>(p)) : ld(*reinterpret_cast<const float*>(p));
-  }
-  bool sameBytes(const Matrix& o) const {
-    return std::memcmp(bytes.data(), o.bytes.data(), bytes.size()) == 0;
-  }
-  bool padUntouched(int used) const {
-    for (int t = 0; t < rows; ++t)
-      for (int b = used * es; b < step * es; ++b)
-        if (bytes[size_t(t) * step * es + b] != Guarded<float>::kSentinel) return false;
-    return bytes.guardsIntact();
-  }
-};
-
-int widthOf(const Member& m, int w) { return m.kind == Kind::Aurora ? 13 : w; }
-
-TEST(DeltaStream, WholeCallsMatchTheWindowDefinitions) {
-  for (const Member& m : kMembers)
-    for (int w : {1, 5, 13})
-      for (int extra : {0, 1, 9})
-        for (int sf : {-2, 0, 3}) {
-          const int width = widthOf(m, w), frames = m.history() + extra;
-          const uint64_t seed = 31 * w + 7 * extra + sf + 1000;
-          SCOPED_TRACE(std::string(m.name) + " width=" + std::to_string(width) +
-                       " frames=" + std::to_string(frames) + " sf=" + std::to_string(sf) + " " +
-                       seedTrace(seed));
-          const Scales sc(width, seed, sf);
-          const Utterance u(m, frames, width, seed);
-          const int used = m.blocks() * width;
-          Matrix out(m, frames, used + 3);
-          ASSERT_EQ(m.call(u.src(m), width, out.row(0), out.step, frames,
-                           vspDeltaBegin | vspDeltaEnd, sc),
-                    vspStatusOk);
-          ld tol = 0;
-          const auto want = u.reference(m, sc, &tol);
-          for (int t = 0; t < frames; ++t)
-            for (int c = 0; c < used; ++c) {
-              const ld blockTol = c < 2 * width && m.kind == Kind::Aurora && m.fix ? 0 : tol;
-              if (c < width || blockTol == 0)
-                ASSERT_EQ(out.at(t, c), want[t][c]) << "row " << t << " column " << c;
-              else
-                ASSERT_NEAR(double(out.at(t, c)), double(want[t][c]), double(blockTol))
-                    << "row " << t << " column " << c;
-            }
-          EXPECT_TRUE(out.padUntouched(used)) << "wrote into the step's gap";
-        }
-}
-
-// The same stream cut into calls: the first takes vspDeltaBegin and at least
-// the frames it consumes, each later one gets dst at the row where its
-// history starts, and the utterance ends either with the last block or with
-// an extra call of height 0.
-TEST(DeltaStream, BlocksOfEverySizeGiveTheWholeMatrix) {
-  for (const Member& m : kMembers)
-    for (int block = 1; block <= 8; ++block)
-      for (bool endAlone : {false, true}) {
-        const int width = widthOf(m, 3), frames = m.history() + 17, H = m.history();
-        const uint64_t seed = 500 + block;
-        SCOPED_TRACE(std::string(m.name) + " block=" + std::to_string(block) +
-                     (endAlone ? " end alone" : " end with the last block") + " " +
-                     seedTrace(seed));
-        const Scales sc(width, seed, 1);
-        const Utterance u(m, frames, width, seed);
-        const int step = m.blocks() * width + 2;
-        // Odd blocks start the matrices one element off their alignment.
-        const size_t misalign = block % 2;
-        Matrix whole(m, frames, step, misalign), parts(m, frames, step, misalign);
-        ASSERT_EQ(
-            m.call(u.src(m), width, whole.row(0), step, frames, vspDeltaBegin | vspDeltaEnd, sc),
+// One call over the whole utterance against the definitions; then the same
+// stream cut into calls: the first takes vspDeltaBegin and at least the frames
+// it consumes, each later one gets dst at the row where its history starts,
+// and the utterance ends with the last block or with an extra call of height
+// 0. Every cut must give the whole call's bytes, gaps of the step untouched.
+template <class T>
+void checkStream(const Member& m, int width, int extra, int sf) {
+  const int H = m.history(), frames = H + extra, srcStep = m.kind == Kind::Aurora ? 14 : width;
+  const int used = m.blocks() * width, step = used + 3;
+  const uint64_t seed = 31 * width + 7 * extra + sf + 1000;
+  SCOPED_TRACE(testing::Message() << m.name << " width " << width << " frames " << frames << " sf "
+                                  << sf << " seed " << seed);
+  const Scales sc(width, seed, sf);
+  Rng r(seed);
+  std::vector<T> src(size_t(frames) * srcStep, T(32767));  // column 13 of Aurora rows: unread
+  for (size_t i = 0; i < src.size(); ++i)
+    if (int(i % srcStep) < width)
+      src[i] = sizeof(T) == 2 ? r.s16(-12000, 12000) : r.uniformf(-8, 8);
+  ld tol = 0;
+  const std::vector<ld> want = reference(m, sc, src, width, srcStep, &tol);
+  Guarded<T> whole(size_t(frames) * step), pad(1);
+  ASSERT_EQ(m.call(src.data(), width, whole.data(), step, frames, vspDeltaBegin | vspDeltaEnd, sc),
             vspStatusOk);
-        const size_t es = m.fix ? 2 : 4;
-        int done = 0;
-        while (done < frames) {
-          const int h = done == 0 ? std::max(block, H) : std::min(block, frames - done);
-          const bool last = done + h == frames;
-          const int mode = (done == 0 ? vspDeltaBegin : 0) | (last && !endAlone ? vspDeltaEnd : 0);
-          const void* src = static_cast<const char*>(u.src(m)) + size_t(done) * u.srcStep * es;
-          void* dst = parts.row(done == 0 ? 0 : done - H);
-          ASSERT_EQ(m.call(src, width, dst, step, h, mode, sc), vspStatusOk) << "at frame " << done;
-          done += h;
-        }
-        if (endAlone) {
-          ASSERT_EQ(m.call(u.src(m), width, parts.row(frames - H), step, 0, vspDeltaEnd, sc),
-                    vspStatusOk);
-        }
-        EXPECT_TRUE(parts.sameBytes(whole));
-        EXPECT_TRUE(parts.padUntouched(m.blocks() * width));
+  for (int t = 0; t < frames; ++t)
+    for (int c = 0; c < step; ++c) {
+      const T got = whole[size_t(t) * step + c];
+      const ld w = c < used ? want[size_t(t) * used + c] : 0;
+      if (c >= used)
+        ASSERT_EQ(std::memcmp(&got, pad.data(), sizeof(T)), 0) << "wrote into the step's gap";
+      else if (c < width || tol == 0 || (m.kind == Kind::Aurora && sizeof(T) == 2 && c < 2 * width))
+        ASSERT_EQ(got, w) << "row " << t << " column " << c;
+      else
+        ASSERT_NEAR(double(got), double(w), double(tol)) << "row " << t << " column " << c;
+    }
+  for (int block = 1; block <= 8; ++block)
+    for (bool endAlone : {false, true}) {
+      Guarded<T> parts(whole.size(), (block % 2) * sizeof(T));  // odd blocks: one element off
+      for (int done = 0, h = 0; done < frames; done += h) {
+        h = done == 0 ? std::min(std::max(block, H), frames) : std::min(block, frames - done);
+        const int mode =
+            (done == 0 ? vspDeltaBegin : 0) | (done + h == frames && !endAlone ? vspDeltaEnd : 0);
+        ASSERT_EQ(m.call(&src[size_t(done) * srcStep], width,
+                         &parts[size_t(done ? done - H : 0) * step], step, h, mode, sc),
+                  vspStatusOk)
+            << "block " << block << " at frame " << done;
       }
+      T* last = &parts[size_t(frames - H) * step];
+      ASSERT_EQ(endAlone ? m.call(src.data(), width, last, step, 0, vspDeltaEnd, sc) : 0, 0);
+      EXPECT_TRUE(std::memcmp(parts.data(), whole.data(), whole.size() * sizeof(T)) == 0 &&
+                  parts.guardsIntact())
+          << "block " << block << (endAlone ? ", end alone" : "");
+    }
 }
 
-TEST(DeltaStream, ShortUtterancesAndTheDocumentedEdges) {
-  // Both marks, two frames, Win1: both deltas are x1 - x0 times the scale.
-  const float x[2] = {1.5f, 4.0f};
-  float out[4];
-  ASSERT_EQ(vspsDelta_Win1_32f_D2(x, 1, out, 2, 2, 2.0f, vspDeltaBegin | vspDeltaEnd), vspStatusOk);
-  EXPECT_EQ(out[1], 5.0f);
-  EXPECT_EQ(out[3], 5.0f);
-  // Without vspDeltaEnd the last row's delta is left for the next call.
-  out[3] = -7.0f;
-  ASSERT_EQ(vspsDelta_Win1_32f_D2(x, 1, out, 2, 2, 2.0f, vspDeltaBegin), vspStatusOk);
-  EXPECT_EQ(out[3], -7.0f);
-  ASSERT_EQ(vspsDelta_Win1_32f_D2(x, 1, out, 2, 0, 2.0f, vspDeltaEnd), vspStatusOk);
-  EXPECT_EQ(out[3], 5.0f);
-  // Win2's first two deltas with the first frame standing for the missing.
-  const float y[4] = {1, 2, 4, 8};
-  float o2[8];
-  ASSERT_EQ(vspsDelta_Win2_32f_D2(y, 1, o2, 2, 4, 1.0f, vspDeltaBegin), vspStatusOk);
-  EXPECT_EQ(o2[1], (2 - 1) + 2 * (4 - 1));
-  EXPECT_EQ(o2[3], (4 - 1) + 2 * (8 - 1));
-  // 16 bits: the product with the scale keeps its low 32 bits before the
-  // shift, so 131070 * 32767 wraps negative and saturates low.
-  const Vsp16s z[4] = {-32768, -32768, 32767, 32767};
-  Vsp16s o16[8];
-  ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, 32767, vspDeltaBegin, 0), vspStatusOk);
-  EXPECT_EQ(o16[1], -32768);
-  ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, 1, vspDeltaBegin, -1), vspStatusOk);
-  EXPECT_EQ(o16[1], 0);  // -1 shifts left by 31: every bit of the even 131070 leaves
-  ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, 1, vspDeltaBegin, -31), vspStatusOk);
-  EXPECT_EQ(o16[1], 32767);  // -31 shifts left by 1
-  ASSERT_EQ(vspsDelta_Win2_16s_D2Sfs(z, 1, o16, 2, 4, -1, vspDeltaBegin, 3), vspStatusOk);
-  EXPECT_EQ(o16[1], -16384);  // -131070 >> 3 rounds toward minus infinity
+TEST(DeltaStream, DefinitionsHoldAndBlocksOfEverySizeGiveTheWholeCall) {
+  for (const Member& m : kMembers)
+    for (int w : m.kind == Kind::Aurora ? std::vector<int>{13} : std::vector<int>{1, 5, 13})
+      for (int extra : {0, 1, 17})
+        for (int sf : {-2, 0, 3, 17})
+          m.fix ? checkStream<Vsp16s>(m, w, extra, sf) : checkStream<float>(m, w, extra, sf);
 }
 
-// An impulse of height v at frame 10 of a silent stream: the delta of frame
-// 10 - k is weight k times v, so the rows around it spell the weights.
+// Pointers, sizes, step, then the frames that vspDeltaBegin consumes; a
+// refusal writes nothing.
+TEST(DeltaStream, RefusalsInTheirOrder) {
+  const int kNull = vspStatusNullPointer, kSize = vspStatusBadSize, kStep = vspStatusBadStep;
+  // height (-9: one short of what Begin consumes), width (-1: the member's),
+  // step short by, mode, null src, null dst, null multipliers, status, for
+  // (0: every member, 1: the Win members, 2: the multiplier members)
+  // clang-format off
+  const int rows[][9] = {
+      {8, -1, 0, 1, 0, 0, 0, 0, 0},         {-1, -1, 0, 1, 1, 0, 0, kNull, 0}, {8, -1, 99, 1, 0, 1, 0, kNull, 0},
+      {-1, -1, 99, 1, 0, 0, 0, kSize, 0},   {0, -1, 0, 1, 0, 0, 0, kSize, 0},  {0, -1, 0, 0, 0, 0, 0, kSize, 0},
+      {1, -1, 1, 1, 0, 0, 0, kStep, 0},     {-9, -1, 0, 1, 0, 0, 0, kSize, 0}, {0, -1, 0, 3, 0, 0, 0, kSize, 0},
+      {8, 0, 1, 1, 0, 0, 0, kSize, 1},      {-1, -1, 0, 1, 0, 0, 1, kNull, 2}};
+  // clang-format on
+  const std::vector<float> src(16 * 14);  // zeros of either type
+  for (const Member& m : kMembers)
+    for (const auto& r : rows) {
+      if ((r[8] == 1 && m.kind == Kind::Aurora) || (r[8] == 2 && !m.mul)) continue;
+      Scales sc(13, 1, 0);
+      sc.nullMul = r[6];
+      Guarded<float> dst(16 * 40);
+      const int width = r[1] >= 0 ? r[1] : m.kind == Kind::Aurora ? 13 : 4;
+      const VspStatus st =
+          m.call(r[4] ? nullptr : src.data(), width, r[5] ? nullptr : dst.data(),
+                 m.blocks() * width - r[2], r[0] == -9 ? m.history() - 1 : r[0], r[3], sc);
+      EXPECT_EQ(st, r[7]) << m.name << ", row " << &r - rows;
+      EXPECT_TRUE(st == vspStatusOk || dst.untouched()) << m.name << ", row " << &r - rows;
+    }
+}
+
+// An impulse at frame 10 of a silent stream: the derivatives of frame 10 - k
+// are the weights of lag k, exactly.
 TEST(DeltaAurora, ImpulseResponsesAreTheWeights) {
-  const float delta[9] = {-1, -0.75f, -0.5f, -0.25f, 0, 0.25f, 0.5f, 0.75f, 1};
-  std::vector<float> src(21 * 14, 0.0f);
-  std::vector<Vsp16s> src16(21 * 14, 0);
+  std::vector<float> src(21 * 14, 0.0f), out(21 * 39);
+  std::vector<Vsp16s> src16(21 * 14, 0), out16(21 * 39);
   for (int c = 0; c < 13; ++c) src[10 * 14 + c] = 1.0f, src16[10 * 14 + c] = 400;
-  std::vector<float> out(21 * 39);
-  std::vector<Vsp16s> out16(21 * 39);
   ASSERT_EQ(vspsDeltaDelta_Aurora_32f_D2(src.data(), out.data(), 39, 21, 3), vspStatusOk);
   ASSERT_EQ(vspsDeltaDelta_Aurora_16s_D2Sfs(src16.data(), out16.data(), 39, 21, 3, 0), vspStatusOk);
   for (int k = -4; k <= 4; ++k)
     for (int c = 0; c < 13; ++c) {
       const int t = 10 - k;
-      EXPECT_EQ(out[t * 39 + 13 + c], delta[k + 4]) << "k=" << k;
+      EXPECT_EQ(out[t * 39 + 13 + c], k * 0.25f) << "k=" << k;
       EXPECT_EQ(out[t * 39 + 26 + c], kAuroraSecond[k + 4]) << "k=" << k;
       EXPECT_EQ(out16[t * 39 + 13 + c], 100 * k) << "k=" << k;  // (k * 400) >> 2
       EXPECT_EQ(out16[t * 39 + 26 + c], Vsp16s(kAuroraSecond[k + 4] * 400.0f)) << "k=" << k;
@@ -342,166 +259,82 @@ TEST(DeltaAurora, ImpulseResponsesAreTheWeights) {
   EXPECT_EQ(out[18 * 39 + 26], 0.0f);
 }
 
-// ---------------------------------------------------------------------------
-// Batch members
-// ---------------------------------------------------------------------------
-
-// The documented edge rule: near the start every past frame is frame 0,
-// near the end every future frame is the last one.
+// Near the start every past frame is frame 0, near the end every future frame
+// is the last one, even for lags inside the matrix. `mul` selects the member
+// with per-column multipliers.
 template <class T>
-ld evalRef(const std::vector<T>& m, int H, int step, int offset, int col, int W, int t) {
-  auto x = [&](int r) { return ld(m[size_t(r) * step + offset + col]); };
-  ld sum = 0;
-  for (int i = 1; i <= W; ++i) {
-    const ld future = t >= H - W ? x(H - 1) : x(t + i);
-    const ld past = t < W ? x(0) : x(t - i);
-    sum += i * (future - past);
+void checkEvalDelta(int H, int W, int width, int offset, int pad, bool mul) {
+  constexpr bool fix = sizeof(T) == 2;
+  const int step = offset + 2 * width + pad, sf = fix ? 1 : 0;
+  const uint64_t seed = 77 + H * 3 + mul;
+  SCOPED_TRACE(testing::Message() << "H " << H << " W " << W << " width " << width << " mul " << mul
+                                  << " seed " << seed);
+  Rng r(seed);
+  std::vector<T> m(size_t(H) * step), muls(size_t(width), T(fix ? 3 : 0.1f));
+  for (auto& v : m) v = fix ? T(r.s16(-3000, 3000)) : T(r.uniformf(-10, 10));
+  for (auto& v : muls) v = mul ? (fix ? T(r.s16(-4, 4)) : T(r.uniformf(-2, 2))) : v;
+  const std::vector<T> in = m;
+  if constexpr (fix) {
+    ASSERT_EQ(mul ? vspsEvalDeltaMul_16s_D2Sfs(m.data(), H, step, muls.data(), width, offset, W, sf)
+                  : vspsEvalDelta_16s_D2Sfs(m.data(), H, step, width, offset, W, muls[0], sf),
+              vspStatusOk);
+  } else {
+    ASSERT_EQ(mul ? vspsEvalDeltaMul_32f_D2(m.data(), H, step, muls.data(), width, offset, W)
+                  : vspsEvalDelta_32f_D2(m.data(), H, step, width, offset, W, muls[0]),
+              vspStatusOk);
   }
-  return sum;
-}
-
-TEST(EvalDelta, EveryMemberFollowsTheEdgeRule) {
-  struct Shape {
-    int H, W, width, offset, pad;
-  };
-  const Shape shapes[] = {{2, 1, 1, 0, 0},   {4, 2, 3, 1, 2},   {6, 3, 13, 0, 0},  {7, 3, 63, 2, 1},
-                          {12, 5, 64, 0, 3}, {11, 2, 65, 4, 0}, {40, 4, 130, 1, 5}};
-  for (const Shape& s : shapes)
-    for (int member = 0; member < 4; ++member) {
-      const bool fix = member & 1, mul = member & 2;
-      const int step = s.offset + 2 * s.width + s.pad, sf = fix ? 1 : 0;
-      const uint64_t seed = 77 + s.H * 3 + member;
-      SCOPED_TRACE("H=" + std::to_string(s.H) + " W=" + std::to_string(s.W) +
-                   " width=" + std::to_string(s.width) + (fix ? " 16s" : " 32f") +
-                   (mul ? " Mul" : "") + " " + seedTrace(seed));
-      Rng r(seed);
-      std::vector<float> m32(s.H * step), mul32(s.width);
-      std::vector<Vsp16s> m16(s.H * step), mul16(s.width);
-      for (auto& v : m32) v = r.uniformf(-10, 10);
-      for (auto& v : m16) v = r.s16(-3000, 3000);
-      for (auto& v : mul32) v = r.uniformf(-2, 2);
-      for (auto& v : mul16) v = r.s16(-4, 4);
-      const auto in32 = m32;
-      const auto in16 = m16;
-      VspStatus st;
-      if (!fix && !mul)
-        st = vspsEvalDelta_32f_D2(m32.data(), s.H, step, s.width, s.offset, s.W, 0.1f);
-      else if (fix && !mul)
-        st = vspsEvalDelta_16s_D2Sfs(m16.data(), s.H, step, s.width, s.offset, s.W, 3, sf);
-      else if (!fix)
-        st = vspsEvalDeltaMul_32f_D2(m32.data(), s.H, step, mul32.data(), s.width, s.offset, s.W);
+  for (int t = 0; t < H; ++t)
+    for (int c = 0; c < step; ++c) {
+      const size_t i = size_t(t) * step + c;
+      const int col = c - offset - width;
+      if (col < 0 || col >= width) {
+        ASSERT_EQ(m[i], in[i]) << "changed outside the deltas";
+        continue;
+      }
+      ld raw = 0;
+      for (int k = 1; k <= W; ++k)
+        raw += k * (ld(in[size_t(t >= H - W ? H - 1 : t + k) * step + offset + col]) -
+                    ld(in[size_t(t < W ? 0 : t - k) * step + offset + col]));
+      if (fix)
+        ASSERT_EQ(m[i], fixRule(int64_t(raw), int(muls[col]), sf)) << t << "," << col;
       else
-        st = vspsEvalDeltaMul_16s_D2Sfs(m16.data(), s.H, step, mul16.data(), s.width, s.offset, s.W,
-                                        sf);
-      ASSERT_EQ(st, vspStatusOk);
-      for (int t = 0; t < s.H; ++t)
-        for (int c = 0; c < step; ++c) {
-          const size_t i = size_t(t) * step + c;
-          const int col = c - s.offset - s.width;
-          if (col < 0 || col >= s.width) {
-            ASSERT_EQ(fix ? m16[i] : m32[i], fix ? in16[i] : in32[i])
-                << "changed outside the deltas";
-            continue;
-          }
-          if (fix) {
-            const ld raw = evalRef(in16, s.H, step, s.offset, col, s.W, t);
-            ASSERT_EQ(m16[i], fixRule(int64_t(raw), mul ? mul16[col] : 3, sf)) << t << "," << col;
-          } else {
-            const ld raw = evalRef(in32, s.H, step, s.offset, col, s.W, t);
-            const ld scale = mul ? mul32[col] : 0.1f;
-            const ld bound =
-                4 * s.W * s.W * 20 * std::fabs(scale) * std::numeric_limits<float>::epsilon();
-            ASSERT_NEAR(m32[i], double(raw * scale), double(bound)) << t << "," << col;
-          }
-        }
+        ASSERT_NEAR(m[i], double(raw * muls[col]),
+                    4 * W * W * 20 * std::fabs(muls[col]) * std::numeric_limits<float>::epsilon())
+            << t << "," << col;
     }
 }
 
-// ---------------------------------------------------------------------------
-// Refusals
-// ---------------------------------------------------------------------------
-
-// The member under test, for the fixture's constructor.
-const Member* gMember = &kMembers[0];
-struct StreamFixture {
-  const Member& m = *gMember;
-  Scales sc{13, 1, 0};  // three rows of 13: enough for every width here
-  std::vector<float> src32 = std::vector<float>(16 * 14, 1.0f);
-  std::vector<Vsp16s> src16 = std::vector<Vsp16s>(16 * 14, 1);
-  Guarded<float> d32{16 * 40};
-  Guarded<Vsp16s> d16{16 * 40};
-  const void* src = m.fix ? static_cast<const void*>(src16.data()) : src32.data();
-  void* dst = m.fix ? static_cast<void*>(d16.data()) : d32.data();
-  int width = m.kind == Kind::Aurora ? 13 : 4, step = m.blocks() * width, height = 8;
-  int mode = vspDeltaBegin;
-  OutputWatch out;
-  StreamFixture() {
-    out.watch(d32.data(), 16 * 40 * 4);
-    out.watch(d16.data(), 16 * 40 * 2);
-  }
-  VspStatus call() { return m.call(src, width, dst, step, height, mode, sc); }
-};
-
-TEST(DeltaStream, RefusalsInTheirOrder) {
-  using F = StreamFixture;
-  for (const Member& mem : kMembers) {
-    SCOPED_TRACE(mem.name);
-    gMember = &mem;
-    // clang-format off
-    std::vector<Refusal<F>> table = {
-        {"null src", [](F& f) { f.src = nullptr; f.height = -1; }, vspStatusNullPointer},
-        {"null dst", [](F& f) { f.dst = nullptr; f.step = 0; }, vspStatusNullPointer},
-        {"negative height", [](F& f) { f.height = -1; f.step = 0; }, vspStatusBadSize},
-        {"height 0 without End", [](F& f) { f.height = 0; f.mode = vspDeltaBegin; }, vspStatusBadSize},
-        {"height 0, no marks", [](F& f) { f.height = 0; f.mode = 0; }, vspStatusBadSize},
-        {"step below the blocks", [](F& f) { f.step -= 1; f.height = 1; }, vspStatusBadStep},
-        {"Begin below the frames it consumes", [](F& f) { f.height = f.m.history() - 1; }, vspStatusBadSize},
-        {"Begin and End with height 0", [](F& f) { f.height = 0; f.mode = 3; }, vspStatusBadSize},
-    };
-    if (mem.kind != Kind::Aurora) table.push_back({"width 0", [](F& f) { f.width = 0; f.step = -1; }, vspStatusBadSize});
-    if (mem.mul) table.push_back({"null multipliers", [](F& f) { f.sc.nullMul = true; f.height = -1; }, vspStatusNullPointer});
-    // clang-format on
-    expectRefusals<F>(table);
-  }
-  gMember = &kMembers[0];
+TEST(EvalDelta, EveryMemberFollowsTheEdgeRule) {
+  // height, window, width, offset, pad of the step
+  const int shapes[][5] = {{2, 1, 1, 0, 0},   {4, 2, 3, 1, 2},   {6, 3, 13, 0, 0},
+                           {7, 3, 63, 2, 1},  {12, 5, 64, 0, 3}, {11, 2, 65, 4, 0},
+                           {40, 4, 130, 1, 5}};
+  for (const auto& s : shapes)
+    for (bool mul : {false, true}) {
+      checkEvalDelta<float>(s[0], s[1], s[2], s[3], s[4], mul);
+      checkEvalDelta<Vsp16s>(s[0], s[1], s[2], s[3], s[4], mul);
+    }
 }
 
-struct EvalFixture {
-  Guarded<float> m{8 * 10};
-  float* p = m.data();
-  const float mulv[3] = {1, 2, 3};
-  const float* mul = mulv;
-  int height = 8, step = 10, width = 3, offset = 2, window = 2;
-  bool useMul = false;
-  OutputWatch out;
-  EvalFixture() {
-    for (int i = 0; i < 80; ++i) m[i] = float(i % 7);
-    out.watch(m.data(), 80 * 4);
-  }
-  VspStatus call() {
-    return useMul ? vspsEvalDeltaMul_32f_D2(p, height, step, mul, width, offset, window)
-                  : vspsEvalDelta_32f_D2(p, height, step, width, offset, window, 1.0f);
-  }
-};
-
 TEST(EvalDelta, RefusalsInTheirOrder) {
-  using F = EvalFixture;
-  // clang-format off
-  expectRefusals<F>({
-      {"null matrix", [](F& f) { f.p = nullptr; f.height = 0; }, vspStatusNullPointer},
-      {"null multipliers", [](F& f) { f.useMul = true; f.mul = nullptr; f.step = 0; }, vspStatusNullPointer},
-      {"height 0", [](F& f) { f.height = 0; f.step = 0; }, vspStatusBadSize},
-      {"width 0", [](F& f) { f.width = 0; }, vspStatusBadSize},
-      {"window 0", [](F& f) { f.window = 0; }, vspStatusBadSize},
-      {"negative offset", [](F& f) { f.offset = -1; }, vspStatusBadSize},
-      {"height below twice the window", [](F& f) { f.window = 5; f.step = 0; }, vspStatusBadSize},
-      {"step too short", [](F& f) { f.step = 7; f.height = 3; f.window = 1; }, vspStatusBadStep},
-      {"huge offset", [](F& f) { f.offset = INT32_MAX; }, vspStatusBadStep},
-  });
-  // clang-format on
-  Vsp16s x[4] = {0, 0, 0, 0};
-  EXPECT_EQ(vspsEvalDelta_16s_D2Sfs(x, 2, 2, 1, 0, 1, 1, 0), vspStatusOk);
-  EXPECT_EQ(vspsEvalDeltaMul_16s_D2Sfs(x, 2, 2, nullptr, 1, 0, 1, 0), vspStatusNullPointer);
+  Guarded<float> g(80);
+  float* m = g.data();
+  const float mul[3] = {1, 2, 3};
+  auto eval = [&](float* p, int height, int step, int width, int offset, int window) {
+    return vspsEvalDelta_32f_D2(p, height, step, width, offset, window, 1.0f);
+  };
+  EXPECT_EQ(eval(nullptr, 0, 10, 3, 2, 2), vspStatusNullPointer);
+  EXPECT_EQ(vspsEvalDeltaMul_32f_D2(m, 8, 0, nullptr, 3, 2, 2), vspStatusNullPointer);
+  EXPECT_EQ(vspsEvalDeltaMul_16s_D2Sfs(nullptr, 8, 10, nullptr, 3, 2, 2, 0), vspStatusNullPointer);
+  EXPECT_EQ(eval(m, 0, 0, 3, 2, 2), vspStatusBadSize);
+  EXPECT_EQ(eval(m, 8, 10, 0, 2, 2), vspStatusBadSize);
+  EXPECT_EQ(eval(m, 8, 10, 3, 2, 0), vspStatusBadSize);
+  EXPECT_EQ(eval(m, 8, 10, 3, -1, 2), vspStatusBadSize);
+  EXPECT_EQ(vspsEvalDeltaMul_32f_D2(m, 8, 0, mul, 3, 2, 5), vspStatusBadSize);  // H < 2 W
+  EXPECT_EQ(eval(m, 3, 7, 3, 2, 1), vspStatusBadStep);
+  EXPECT_EQ(eval(m, 8, 10, 3, INT32_MAX, 2), vspStatusBadStep);
+  EXPECT_TRUE(g.untouched());
+  EXPECT_EQ(eval(m, 2, 2, 1, 0, 1), vspStatusOk);
 }
 
 }  // namespace
