@@ -67,16 +67,28 @@ template <> struct Api<VspDCTLifterState_16s> {
 #undef VSP_DCT_FORM
 // clang-format on
 
-// A state built by InitAlloc, or by Init in a guarded block of exactly
-// GetSize bytes, `misalign` past a 64-byte boundary.
+// A state built by Init in a guarded block of exactly GetSize bytes,
+// `misalign` past a 64-byte boundary, or by InitAlloc after a sweep of its
+// allocation failures: each leaves the object published (null only when the
+// object itself failed) for the caller's Free to release what it got.
 template <class S>
 struct State {
   std::unique_ptr<Guarded<unsigned char>> block;
   S* obj = nullptr;
+  const long live = vspcoreTestLiveBlocks();
   State(Variant v, const Params& p, bool alloc, size_t misalign) {
     Vsp32s bytes = 0;
     if (alloc) {
-      EXPECT_EQ(Api<S>::alloc(&obj, v, p), vspStatusOk);
+      const SweepResult r = sweepAllocationFailures(
+          [&] { return obj = reinterpret_cast<S*>(&obj), Api<S>::alloc(&obj, v, p); },
+          [&](int n) {
+            ASSERT_EQ(obj == nullptr, n == 1);
+            EXPECT_TRUE(n == 1 || Api<S>::release(obj) == vspStatusOk);
+            EXPECT_EQ(vspcoreTestLiveBlocks(), live) << "Free left pieces of a partial object";
+          },
+          [](int n) { return long(n - 1); });
+      EXPECT_EQ(r.allocationPoints, (std::is_same_v<S, VspDCTLifterState_16s> ? 4 : 3));
+      EXPECT_EQ(r.finalStatus, vspStatusOk);
       return;
     }
     EXPECT_EQ(Api<S>::getSize(p.dctLen, p.cepLen, &bytes), vspStatusOk);
@@ -84,7 +96,10 @@ struct State {
     obj = reinterpret_cast<S*>(block->data());
     EXPECT_EQ(Api<S>::init(obj, v, p), vspStatusOk);
   }
-  ~State() { EXPECT_TRUE(block ? block->guardsIntact() : Api<S>::release(obj) == vspStatusOk); }
+  ~State() {
+    EXPECT_TRUE(block ? block->guardsIntact() : Api<S>::release(obj) == vspStatusOk);
+    EXPECT_EQ(vspcoreTestLiveBlocks(), live);
+  }
 };
 
 // Float cepstra against the direct formula; the 16-bit members transform the
@@ -240,33 +255,6 @@ TEST(DCTLifter, RefusalsInTheirOrder) {
   EXPECT_TRUE(dst.untouched());
   EXPECT_EQ(vspsDCTLifterFree_16s(st), vspStatusOk);
   EXPECT_EQ(vspsDCTLifterFree_32f(nullptr), vspStatusNullPointer);
-}
-
-// A failed InitAlloc returns NoMemory with the object already published (null
-// only when the object itself failed); the pieces it got stay alive until the
-// caller's Free releases them all.
-template <class S>
-void allocFailuresLeaveAFreeableObject(Variant v, int points) {
-  const Params p(26, 13, 22);
-  S* obj = nullptr;
-  const long live = vspcoreTestLiveBlocks();
-  const SweepResult res = sweepAllocationFailures(
-      [&] { return obj = reinterpret_cast<S*>(&obj), Api<S>::alloc(&obj, v, p); },
-      [&](int n) {
-        ASSERT_EQ(obj == nullptr, n == 1);
-        EXPECT_TRUE(n == 1 || Api<S>::release(obj) == vspStatusOk);
-        EXPECT_EQ(vspcoreTestLiveBlocks(), live) << "Free left pieces of a partial object";
-      },
-      [](int n) { return long(n - 1); });
-  EXPECT_EQ(res.allocationPoints, points);
-  EXPECT_EQ(res.finalStatus, vspStatusOk);
-  EXPECT_EQ(Api<S>::release(obj), vspStatusOk);
-  EXPECT_EQ(vspcoreTestLiveBlocks(), live);
-}
-
-TEST(DCTLifter, InitAllocFailuresLeaveAFreeablePartialObject) {
-  allocFailuresLeaveAFreeableObject<VspDCTLifterState_32f>(Variant::Plain, 3);
-  allocFailuresLeaveAFreeableObject<VspDCTLifterState_16s>(Variant::C0, 4);
 }
 
 }  // namespace
