@@ -4,6 +4,8 @@
 // order, the integer members exactly (with the 16-bit member's 32-bit product
 // wrap), what a failed allocation leaves, Get and Set with their validation
 // gaps, the refusals, the Mel conversions and the integer bank.
+#include <numeric>
+
 #include "frontend/fbank.h"
 #include "frontend/fft.h"
 #include "frontend/frontend_support.h"
@@ -23,21 +25,38 @@ struct BankRead {
   std::vector<std::vector<float>> w;
   float at(int j, int k) const { return w[size_t(j) - 1][size_t(k - c[size_t(j) - 1])]; }
 };
-template <class S, class GetC, class GetW>
-BankRead readBankWith(const S* s, GetC getC, GetW getW) {
+// The members of the float and the 16-bit bank that share a signature.
+template <class S>
+struct Api;
+#define VSP_FBANK_API(T)                                        \
+  template <>                                                   \
+  struct Api<VspFBankState_##T> {                               \
+    static constexpr auto empty = vspsEmptyFBankInitAlloc_##T;  \
+    static constexpr auto getCentres = vspsFBankGetCenters_##T; \
+    static constexpr auto setCentres = vspsFBankSetCenters_##T; \
+    static constexpr auto getWeights = vspsFBankGetCoeffs_##T;  \
+    static constexpr auto setWeights = vspsFBankSetCoeffs_##T;  \
+    static constexpr auto release = vspsFBankFree_##T;          \
+  };
+VSP_FBANK_API(32f)
+VSP_FBANK_API(16s)
+#undef VSP_FBANK_API
+VspStatus eval(const float* x, float* y, VspFBankState_32f* s) {
+  return vspsEvalFBank_32f(x, y, s);
+}
+VspStatus eval(const Vsp16s* x, Vsp16s* y, VspFBankState_16s* s) {
+  return vspsEvalFBank_16s_Sfs(x, y, s, 0);
+}
+
+template <class S>
+BankRead readBank(const S* s) {
   BankRead r{std::vector<int32_t>(size_t(s->filterCount) + 2), {}};
-  EXPECT_EQ(getC(s, r.c.data()), vspStatusOk);
+  EXPECT_EQ(Api<S>::getCentres(s, r.c.data()), vspStatusOk);
   for (int j = 1; j <= s->filterCount; ++j) {
     r.w.emplace_back(size_t(std::max(r.c[j + 1] - r.c[j - 1] + 1, 0)));
-    EXPECT_EQ(getW(s, j, r.w.back().data()), vspStatusOk);
+    EXPECT_EQ(Api<S>::getWeights(s, j, r.w.back().data()), vspStatusOk);
   }
   return r;
-}
-BankRead readBank(const VspFBankState_32f* s) {
-  return readBankWith(s, vspsFBankGetCenters_32f, vspsFBankGetCoeffs_32f);
-}
-BankRead readBank(const VspFBankState_16s* s) {
-  return readBankWith(s, vspsFBankGetCenters_16s, vspsFBankGetCoeffs_16s);
 }
 
 // Single precision may fall on the other side of the decision point (an
@@ -82,16 +101,12 @@ struct Case {
   }
 };
 
-VspStatus eval16(const Vsp16s* x, Vsp16s* y, VspFBankState_16s* s) {
-  return vspsEvalFBank_16s_Sfs(x, y, s, 0);
-}
-
 // Init in a guarded block of exactly the reported size builds the bank that
 // InitAlloc built, and evaluates alike. The filter counts of the cases leave
 // no slack at the block's end, and a misalignment of 16 takes all that the
 // object's alignment may use, so a short size shows as a broken guard.
-template <class T, class S, class GetSize, class Init, class Eval>
-void expectInitLike(S* a, const Case& mc, GetSize getSize, Init init, Eval eval) {
+template <class T, class S, class GetSize, class Init>
+void expectInitLike(S* a, const Case& mc, GetSize getSize, Init init) {
   int32_t size = 0, order = 0;
   ASSERT_EQ(getSize(mc.fftLen, mc.fc, mc.flags, &size), vspStatusOk);
   Guarded<unsigned char> block(size_t(size), mc.misalign);
@@ -118,11 +133,27 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     VspFBankState_32f* s = nullptr;
     VspFBankState_16s* t = nullptr;
     int32_t order = -1;
-    ASSERT_EQ(mc.make(vspsMelFBankInitAlloc_32f, &s, &order), vspStatusOk);
+    // Pieces: object, [transform object, work], centres, Mel points, rising
+    // rows, falling rows, bin points. A failure gives vspStatusNoMemory with
+    // *stateOut holding what was built (null if the object itself failed);
+    // the point arrays never stay behind, and Free releases the rest.
+    const std::vector<int> kept = mc.flags & 4 ? std::vector<int>{1, 1, 1, 1, 0, 1, 1, 0}
+                                               : std::vector<int>{1, 1, 0, 1, 1, 0};
+    const SweepResult r = sweepAllocationFailures(
+        [&] {
+          return s = reinterpret_cast<VspFBankState_32f*>(&s),
+                 mc.make(vspsMelFBankInitAlloc_32f, &s, &order);
+        },
+        [&](int n) {
+          EXPECT_EQ(s == nullptr, n == 1);
+          EXPECT_EQ(vspsFBankFree_32f(s), n == 1 ? vspStatusNullPointer : vspStatusOk);
+        },
+        [&](int n) { return long(std::accumulate(kept.begin(), kept.begin() + n - 1, 0)); });
+    ASSERT_TRUE(r.finalStatus == vspStatusOk && r.allocationPoints == int(kept.size()));
     ASSERT_EQ(mc.make(vspsMelFBankInitAlloc_16s, &t, &order), vspStatusOk);
     EXPECT_EQ(1 << order, mc.n);
-    expectInitLike<float>(s, mc, vspsMelFBankGetSize_32f, vspsMelFBankInit_32f, vspsEvalFBank_32f);
-    expectInitLike<Vsp16s>(t, mc, vspsMelFBankGetSize_16s, vspsMelFBankInit_16s, eval16);
+    expectInitLike<float>(s, mc, vspsMelFBankGetSize_32f, vspsMelFBankInit_32f);
+    expectInitLike<Vsp16s>(t, mc, vspsMelFBankGetSize_16s, vspsMelFBankInit_16s);
     const bool bins = mc.flags & 2, time = mc.flags & 4;
     const BankRead f = readBank(s), g = readBank(t);
     EXPECT_EQ(g.c, f.c);
@@ -244,117 +275,95 @@ TEST(FBank, MelLinearWithAndWithoutMelPart) {
     }
 }
 
-TEST(FBank, AllocationFailuresLeaveThePartlyBuiltObject) {
-  // Pieces: object, [transform object, work], centres, Mel points, rising
-  // rows, falling rows, bin points. A failure gives vspStatusNoMemory with
-  // *stateOut holding what was built (null if the object itself failed);
-  // the point arrays never stay behind, and Free releases the rest.
-  for (int flags : {2, 5}) {
-    const bool t = flags & 4;
-    const long plain[] = {0, 1, 2, 2, 3, 4}, withTransform[] = {0, 1, 2, 3, 4, 4, 5, 6};
-    VspFBankState_32f* s = reinterpret_cast<VspFBankState_32f*>(&s);
-    int32_t order = 0;
-    const SweepResult r = sweepAllocationFailures(
-        [&] {
-          return vspsMelFBankInitAlloc_32f(&s, &order, 256, 8000, 100, 4000, 12, kMul, kDiv, flags);
-        },
-        [&](int n) {
-          EXPECT_EQ(s == nullptr, n == 1);
-          EXPECT_EQ(vspsFBankFree_32f(s), n == 1 ? vspStatusNullPointer : vspStatusOk);
-        },
-        [&](int n) { return t ? withTransform[n - 1] : plain[n - 1]; });
-    EXPECT_EQ(r.allocationPoints, t ? 8 : 6);
-    EXPECT_EQ(vspsFBankFree_32f(s), vspStatusOk);
-  }
-}
-
-TEST(FBank, EmptyBankGetsItsCentresThenItsWeights) {
-  for (int flags : {1, 4, 7, -3}) {  // stored as 1 whatever came
-    VspFBankState_16s* s = nullptr;
-    int32_t order = 0;
-    const long live = vspcoreTestLiveBlocks();
-    // object, [transform object, work], centres, rising rows, falling rows:
-    // a failed transform object or work buffer is ignored.
-    for (int fail = 1; fail <= 8; ++fail) {
-      vspcoreTestFailAfter(fail);
-      const VspStatus st = vspsEmptyFBankInitAlloc_16s(&s, &order, 100, 3, flags);
-      vspcoreTestFailAfter(0);
-      const bool ok = ((flags & 4) && (fail == 2 || fail == 3)) || fail > (flags & 4 ? 6 : 4);
-      EXPECT_EQ(st, ok ? vspStatusOk : vspStatusNoMemory) << fail;
-      EXPECT_EQ(vspsFBankFree_16s(s), fail == 1 ? vspStatusNullPointer : vspStatusOk);
-      EXPECT_EQ(vspcoreTestLiveBlocks(), live) << fail;
-    }
-    ASSERT_EQ(vspsEmptyFBankInitAlloc_16s(&s, &order, 100, 3, flags), vspStatusOk);
-    EXPECT_EQ(order, 7);
-    int32_t c[5] = {-1, 2, 5, 9, 12};
-    const float w1[6] = {0.25f, 0.5f, 0.75f, 1.0f, 1.25f, 1.5f};
-    // Times 16384, clamped to +-2^31, truncated: +2^31 itself overflows.
-    const float w2[8] = {1.0f, 0.5f, -0.7f / 16384, 1e6f, -1e6f, 3e-5f, -2.0f, 0.125f};
-    const std::vector<float> back2 = {1, 0.5f, 0, -131072, -131072, 0, -2, 0.125f, 42};
-    std::vector<int16_t> x(64, 100), y(3, -1);
-    std::vector<float> back(9, 42.0f);
-    EXPECT_EQ(eval16(x.data(), y.data(), s), vspStatusFilterBankNotReady);
-    EXPECT_EQ(vspsFBankGetCenters_16s(s, c), vspStatusFilterBankNotReady);
-    EXPECT_EQ(vspsFBankSetCoeffs_16s(s, 1, w1), vspStatusFilterBankNotReady);
-    EXPECT_EQ(vspsFBankSetCenters_16s(s, c), vspStatusFilterBankNotReady);  // c[0] = -1
-    EXPECT_EQ(eval16(x.data(), y.data(), s), vspStatusFilterBankNotReady);
-    c[0] = 0;
-    ASSERT_EQ(vspsFBankSetCenters_16s(s, c), vspStatusOk);
-    EXPECT_TRUE(eval16(x.data(), y.data(), s) == 0 && y[0] == 0);  // zero weights
-    ASSERT_EQ(vspsFBankSetCoeffs_16s(s, 1, w1), vspStatusOk);      // 3 rising, 3 falling
-    ASSERT_EQ(vspsFBankSetCoeffs_16s(s, 2, w2), vspStatusOk);      // 4 and 4
-    ASSERT_EQ(vspsFBankGetCoeffs_16s(s, 2, back.data()), vspStatusOk);
-    EXPECT_EQ(back, back2);
-    // Not a time signal, even under bit 4: the weights add up to 21/4.
-    EXPECT_TRUE(eval16(x.data(), y.data(), s) == 0 && y[0] == 100 * 21 / 4);
-    EXPECT_EQ(vspsFBankFree_16s(s), vspStatusOk);
-  }
-}
-
+// An empty bank (flags stored as 1 whatever came) refuses work until its
+// centres are set; its weights start at zero and are set and read per filter.
 // The last pair of centres is never compared, and a bank of one filter has no
 // neighbour test: centres let through so must still keep every run inside its
 // row and the spectrum's bins.
-TEST(FBank, ValidationGapsStayAndNothingReachesPastItsRun) {
-  VspFBankState_32f* s = nullptr;
+template <class S, class T>
+void checkEmptyBank(int flags) {
+  using A = Api<S>;
+  S* s = nullptr;
   int32_t order = 0;
-  ASSERT_EQ(vspsEmptyFBankInitAlloc_32f(&s, &order, 64, 3, 1), vspStatusOk);  // N/2 = 32
-  const int kNo = vspStatusFilterBankNotReady;  // centres, and what SetCenters says of them
-  const int32_t rows[][6] = {{0, 4, 8, 12, 32, 0},   {-1, 4, 8, 12, 16, kNo},
-                             {0, 4, 8, 12, 33, kNo}, {0, 9, 8, 12, 16, kNo},
+  const long live = vspcoreTestLiveBlocks();
+  // object, [transform object, work], centres, rising rows, falling rows:
+  // a failed transform object or work buffer is ignored.
+  for (int fail = 1; fail <= 8; ++fail) {
+    vspcoreTestFailAfter(fail);
+    const VspStatus st = A::empty(&s, &order, 100, 3, flags);
+    vspcoreTestFailAfter(0);
+    const bool ok = ((flags & 4) && (fail == 2 || fail == 3)) || fail > (flags & 4 ? 6 : 4);
+    EXPECT_EQ(st, ok ? vspStatusOk : vspStatusNoMemory) << fail;
+    EXPECT_EQ(A::release(s), fail == 1 ? vspStatusNullPointer : vspStatusOk);
+    EXPECT_EQ(vspcoreTestLiveBlocks(), live) << fail;
+  }
+  ASSERT_EQ(A::empty(&s, &order, 100, 3, flags), vspStatusOk);  // N / 2 = 64
+  EXPECT_EQ(order, 7);
+  const int kNo = vspStatusFilterBankNotReady;
+  int32_t c[5] = {-1, 2, 5, 9, 12}, back[5];
+  const float w1[6] = {0.25f, 0.5f, 0.75f, 1.0f, 1.25f, 1.5f};
+  // 16 bits: times 16384, clamped to +-2^31, truncated: +2^31 itself overflows.
+  const float w2[8] = {1.0f, 0.5f, -0.7f / 16384, 1e6f, -1e6f, 3e-5f, -2.0f, 0.125f};
+  const std::vector<float> back2 =
+      sizeof(T) == 2
+          ? std::vector<float>{1, 0.5f, 0, -131072, -131072, 0, -2, 0.125f, 42}
+          : std::vector<float>{w2[0], w2[1], w2[2], w2[3], w2[4], w2[5], w2[6], w2[7], 42};
+  std::vector<float> got(9, 42.0f), ones(2000, 1.0f);
+  Guarded<T> x(65), y(3);
+  Guarded<float> row(128), run(9);
+  for (int i = 0; i <= 64; ++i) x[i] = T(i);
+  EXPECT_TRUE(eval(x.data(), y.data(), s) == kNo && A::getCentres(s, c) == kNo);
+  EXPECT_EQ(A::setWeights(s, 1, w1), kNo);
+  EXPECT_EQ(A::setCentres(s, c), kNo);  // c[0] = -1
+  EXPECT_EQ(eval(x.data(), y.data(), s), kNo);
+  c[0] = 0;
+  ASSERT_EQ(A::setCentres(s, c), vspStatusOk);
+  EXPECT_TRUE(eval(x.data(), y.data(), s) == 0 && y[0] == 0);  // zero weights
+  ASSERT_EQ(A::setWeights(s, 1, w1), vspStatusOk);             // 3 rising, 3 falling
+  ASSERT_EQ(A::setWeights(s, 2, w2), vspStatusOk);             // 4 and 4
+  ASSERT_EQ(A::getWeights(s, 2, got.data()), vspStatusOk);
+  EXPECT_EQ(got, back2);
+  // Not a time signal, even under bit 4: bins 0 .. 5 weighted.
+  EXPECT_TRUE(eval(x.data(), y.data(), s) == 0 && y[0] == T(17.5f));
+  // centres, and what SetCenters says of them
+  const int32_t rows[][6] = {{0, 4, 8, 12, 64, 0},   {-1, 4, 8, 12, 16, kNo},
+                             {0, 4, 8, 12, 65, kNo}, {0, 9, 8, 12, 16, kNo},
                              {0, 4, 8, 7, 16, kNo},  {0, 8, 8, 1000000, 20, 0}};
-  for (const auto& r : rows) EXPECT_EQ(vspsFBankSetCenters_32f(s, r), r[5]) << r[0] << r[1] << r[3];
-  int32_t back[5];
-  EXPECT_EQ(vspsFBankGetCenters_32f(s, back), vspStatusOk);
-  EXPECT_EQ(back[3], 1000000);
+  for (const auto& r : rows) EXPECT_EQ(A::setCentres(s, r), r[5]) << r[0] << r[1] << r[3];
+  EXPECT_TRUE(A::getCentres(s, back) == 0 && back[3] == 1000000);
   // The top filter's rising run would reach bin 10^6: Set and Get stop at its
   // row, the evaluation at the last centre.
-  const std::vector<float> ones(2000, 1.0f);
-  Guarded<float> got(64), x(33), y(3), run(9);
-  EXPECT_EQ(vspsFBankSetCoeffs_32f(s, 1, ones.data()), vspStatusOk);
-  EXPECT_EQ(vspsFBankSetCoeffs_32f(s, 3, ones.data()), vspStatusOk);
-  EXPECT_EQ(vspsFBankGetCoeffs_32f(s, 3, got.data()), vspStatusOk);
-  for (size_t i = 0; i < 33; ++i) x[i] = float(i);
-  EXPECT_EQ(vspsEvalFBank_32f(x.data(), y.data(), s), vspStatusOk);
-  EXPECT_EQ(y[0], 36.0f);   // bins 0 .. 8 rising; equal centres leave no falling run
-  EXPECT_EQ(y[2], 182.0f);  // bins 8 .. 20 rising (not to 10^6), no falling run
+  EXPECT_EQ(A::setWeights(s, 1, ones.data()), vspStatusOk);
+  EXPECT_EQ(A::setWeights(s, 3, ones.data()), vspStatusOk);
+  EXPECT_EQ(A::getWeights(s, 3, row.data()), vspStatusOk);
+  EXPECT_EQ(eval(x.data(), y.data(), s), vspStatusOk);
+  EXPECT_EQ(y[0], T(36));   // bins 0 .. 8 rising; equal centres leave no falling run
+  EXPECT_EQ(y[2], T(182));  // bins 8 .. 20 rising (not to 10^6), no falling run
   // The spare filter: its rising run alone, c[4] - c[3] + 1 = 9 values.
   const int32_t spare[5] = {0, 4, 8, 12, 20};
-  ASSERT_EQ(vspsFBankSetCenters_32f(s, spare), vspStatusOk);
-  EXPECT_EQ(vspsFBankGetCoeffs_32f(s, 4, run.data()), vspStatusOk);
-  EXPECT_TRUE(got.guardsIntact() && y.guardsIntact() && run.guardsIntact());
-  EXPECT_EQ(vspsFBankGetCoeffs_32f(s, 5, run.data()), vspStatusBadSize);
-  EXPECT_EQ(vspsFBankSetCoeffs_32f(s, 4, ones.data()), vspStatusBadSize);
-  EXPECT_EQ(vspsFBankSetCoeffs_32f(s, 0, ones.data()), vspStatusBadSize);
-  vspsFBankFree_32f(s);
-  ASSERT_EQ(vspsEmptyFBankInitAlloc_32f(&s, &order, 64, 1, 1), vspStatusOk);
+  ASSERT_EQ(A::setCentres(s, spare), vspStatusOk);
+  EXPECT_EQ(A::getWeights(s, 4, run.data()), vspStatusOk);
+  EXPECT_TRUE(row.guardsIntact() && y.guardsIntact() && run.guardsIntact());
+  EXPECT_EQ(A::getWeights(s, 5, run.data()), vspStatusBadSize);
+  EXPECT_EQ(A::setWeights(s, 4, ones.data()), vspStatusBadSize);
+  EXPECT_EQ(A::setWeights(s, 0, ones.data()), vspStatusBadSize);
+  EXPECT_EQ(A::release(s), vspStatusOk);
+  ASSERT_EQ(A::empty(&s, &order, 100, 1, flags), vspStatusOk);
   for (int32_t mid : {-1000000, 40, INT32_MAX}) {
-    const int32_t c[3] = {2, mid, 30};
-    ASSERT_EQ(vspsFBankSetCenters_32f(s, c), vspStatusOk);
-    EXPECT_EQ(vspsFBankSetCoeffs_32f(s, 1, ones.data()), vspStatusOk);
-    EXPECT_EQ(vspsEvalFBank_32f(x.data(), y.data(), s), vspStatusOk);
+    const int32_t one[3] = {2, mid, 30};
+    ASSERT_EQ(A::setCentres(s, one), vspStatusOk);
+    EXPECT_EQ(A::setWeights(s, 1, ones.data()), vspStatusOk);
+    EXPECT_EQ(eval(x.data(), y.data(), s), vspStatusOk);
     EXPECT_TRUE(x.guardsIntact() && y.guardsIntact());
   }
-  vspsFBankFree_32f(s);
+  EXPECT_EQ(A::release(s), vspStatusOk);
+}
+
+TEST(FBank, EmptyBanksSetAndGetInsideTheirRows) {
+  for (int flags : {1, 4, 7, -3}) {
+    checkEmptyBank<VspFBankState_32f, float>(flags);
+    checkEmptyBank<VspFBankState_16s, Vsp16s>(flags);
+  }
 }
 
 // Pointers, sizes, band edges, flags (3 and 7 refused, 5 and 6 legal); a
