@@ -52,18 +52,13 @@ struct Params {
       default: return vspsDCTLifter##FORM##_MulC0_##T(p, a.dctLen, a.m(), a.cepLen);            \
     } }
 template <class S> struct Api;
-template <> struct Api<VspDCTLifterState_32f> {
-  static constexpr auto init = VSP_DCT_FORM(Init, 32f);
-  static constexpr auto alloc = VSP_DCT_FORM(InitAlloc, 32f);
-  static constexpr auto getSize = vspsDCTLifterGetSize_32f;
-  static constexpr auto release = vspsDCTLifterFree_32f;
-};
-template <> struct Api<VspDCTLifterState_16s> {
-  static constexpr auto init = VSP_DCT_FORM(Init, 16s);
-  static constexpr auto alloc = VSP_DCT_FORM(InitAlloc, 16s);
-  static constexpr auto getSize = vspsDCTLifterGetSize_16s;
-  static constexpr auto release = vspsDCTLifterFree_16s;
-};
+#define VSP_DCT_API(T) template <> struct Api<VspDCTLifterState_##T> {                       \
+    static constexpr auto init = VSP_DCT_FORM(Init, T), alloc = VSP_DCT_FORM(InitAlloc, T); \
+    static constexpr auto getSize = vspsDCTLifterGetSize_##T;                                 \
+    static constexpr auto release = vspsDCTLifterFree_##T; };
+VSP_DCT_API(32f)
+VSP_DCT_API(16s)
+#undef VSP_DCT_API
 #undef VSP_DCT_FORM
 // clang-format on
 
@@ -185,8 +180,7 @@ TEST(DCTLifter, EveryTierMatchesTheBaselineBits) {
   std::vector<const float*> rows;
   for (int j = 0; j < 9; ++j) rows.push_back(&table[80 * j]);
   for (int blocks = 0; blocks <= 9; ++blocks)
-    for (const float* tail :
-         {static_cast<const float*>(nullptr), static_cast<const float*>(&src[72])})
+    for (const float* tail : {&src[72], static_cast<float*>(nullptr)})
       for (int count = 1; count <= 9; ++count) {
         vsp::dctDots(vsp::Tier::Base, src.data(), tail, blocks, rows.data(), mul.data(), count,
                      base.data());

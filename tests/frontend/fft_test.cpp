@@ -13,12 +13,6 @@ using namespace vsptest;
 using vsp::FftKind;
 using vsp::FftPath;
 
-struct Spec {
-  VspFftSpec_32f* s = nullptr;
-  Spec(int order, int flag) { EXPECT_EQ(vsp::fftSpecInitAlloc(&s, order, flag, 0), vspStatusOk); }
-  ~Spec() { vsp::fftSpecFree(s); }
-};
-
 std::vector<float> frame(size_t n, uint64_t seed) {
   Rng rng(seed);
   std::vector<float> x(n);
@@ -38,11 +32,12 @@ TEST(Fft, EveryFormFlagAndPathMatchesTheDirectTransform) {
     // {flag, forward factor, inverse factor}
     for (const auto& f : {std::array<double, 3>{1, rn, 1}, {2, 1, rn}, {4, rs, rs}, {8, 1, 1}}) {
       SCOPED_TRACE(testing::Message() << "seed " << 100 + order << ", flag " << f[0]);
-      Spec spec(order, int(f[0]));
+      VspFftSpec_32f* s = nullptr;
+      ASSERT_EQ(vsp::fftSpecInitAlloc(&s, order, int(f[0]), 0), vspStatusOk);
       Guarded<float> cf(n > 1 ? n + 2 : 2), hc(n), back(n);
-      ASSERT_EQ(vsp::fftForwardComplexForm(x.data(), cf.data(), spec.s, nullptr), vspStatusOk);
-      ASSERT_EQ(vsp::fftForwardHalfComplex(x.data(), hc.data(), spec.s, nullptr), vspStatusOk);
-      ASSERT_EQ(vsp::fftInverseHalfComplex(hc.data(), back.data(), spec.s, nullptr), vspStatusOk);
+      ASSERT_EQ(vsp::fftForwardComplexForm(x.data(), cf.data(), s, nullptr), vspStatusOk);
+      ASSERT_EQ(vsp::fftForwardHalfComplex(x.data(), hc.data(), s, nullptr), vspStatusOk);
+      ASSERT_EQ(vsp::fftInverseHalfComplex(hc.data(), back.data(), s, nullptr), vspStatusOk);
       EXPECT_TRUE(cf.guardsIntact() && hc.guardsIntact() && back.guardsIntact());
       EXPECT_EQ(bits(cf[1]), 0u);
       for (size_t k = 0; k <= n / 2; ++k) {
@@ -57,7 +52,7 @@ TEST(Fft, EveryFormFlagAndPathMatchesTheDirectTransform) {
       // Every path gives the scalar path's bits, in place and not.
       for (int kind = 0; kind < 3 && order > 0; ++kind) {
         auto run = [&](int path, const float* in, float* out) {
-          return vsp::fftTransformOnPath(FftPath(path), FftKind(kind), in, out, spec.s);
+          return vsp::fftTransformOnPath(FftPath(path), FftKind(kind), in, out, s);
         };
         const size_t len = FftKind(kind) == FftKind::ForwardComplexForm ? n + 2 : n;
         std::vector<float> scalar(len), in;
@@ -73,6 +68,7 @@ TEST(Fft, EveryFormFlagAndPathMatchesTheDirectTransform) {
                 << "kind " << kind << " path " << p << " at " << i;
         }
       }
+      EXPECT_EQ(vsp::fftSpecFree(s), vspStatusOk);
     }
   }
 }
