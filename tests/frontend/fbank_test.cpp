@@ -182,17 +182,17 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
       for (int k = c0; k <= c2; ++k) {
         SCOPED_TRACE(testing::Message() << "j=" << j << " k=" << k);
         const double mk = melOf(k * double(mc.sr) / mc.n), w = f.at(j, k);
-        if (bins) {  // one float division; in 16 bits an integer one
-          EXPECT_EQ(f.at(j, k), float(binWeight(f.c, j, k)));
-          EXPECT_EQ(g.at(j, k) * 16384, binWeight(f.c, j, k, 14));
-        } else {  // no clamp; the low edge is 0; 16 bits truncate
+        // Bins: one float division, in 16 bits an integer one. Mel: no clamp,
+        // the low edge is 0, 16 bits truncate.
+        if (bins)
+          EXPECT_EQ(w, float(binWeight(f.c, j, k)));
+        else
           EXPECT_NEAR(w,
                       k == c0   ? 0.0
                       : k <= c1 ? (mk - mel[j - 1]) / (mel[j] - mel[j - 1])
                                 : (mel[j + 1] - mk) / (mel[j + 1] - mel[j]),
                       1e-4);
-          EXPECT_NEAR(g.at(j, k) * 16384, w * 16384, 1.5);
-        }
+        EXPECT_NEAR(g.at(j, k) * 16384, bins ? binWeight(f.c, j, k, 14) : w * 16384, !bins * 1.5);
         want += w * spectrum[k], scale += std::fabs(w) * spectrum[k];
         (k <= c1 ? a : b) += f.at(j, k) * src[k];
       }
