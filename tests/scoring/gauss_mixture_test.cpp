@@ -34,7 +34,7 @@ T smallWeight(Rng& r) {
 const RowMember<float, float> kF32[] = {MIXTURE(32f, Half, WTS, rw), MIXTURE(IdVar_32f, Half, , NONE)};
 const RowMember<double, double> kF64[] = {MIXTURE(64f, Half, WTS, rw), MIXTURE(IdVar_64f, Half, , NONE)};
 const RowMember<int16_t, float> kS16[] = {MIXTURE(Scaled_16s32f, Scaled, WTS, rw, , sf), MIXTURE(IdVarScaled_16s32f, Scaled, , NONE, , sf),
-                                          MIXTURE(LowScaled_16s32f, LowScaled, WTS, rw, , sf), MIXTURE(IdVarLowScaled_16s32f, LowScaled, , NONE, , sf)};
+                                          MIXTURE(LowScaled_16s32f, Scaled, WTS, rw, , sf), MIXTURE(IdVarLowScaled_16s32f, Scaled, , NONE, , sf)};
 // clang-format on
 
 TEST(GaussMixture, PlainMembersAreTheFoldOfBlockScores) {

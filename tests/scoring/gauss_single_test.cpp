@@ -18,12 +18,7 @@ enum class Kind { Half, Scaled, Sum };
 enum class Weight { Var, Unit, Direct };
 template <Kind K, Weight W, class T, class O>
 O ldScore(const T* s, const T*, const T* m, const T* v, Vsp32s n, O g, Vsp32s sf) {
-  LD sum = 0;
-  for (int i = 0; i < n; ++i)
-    sum += (LD(s[i]) - m[i]) * (LD(s[i]) - m[i]) *
-           (W == Weight::Unit  ? 1
-            : W == Weight::Var ? LD(v[i])
-                               : 1 / LD(v[i]));
+  const LD sum = ldSum(s, m, W == Weight::Unit ? nullptr : v, n, W == Weight::Direct);
   return O(K == Kind::Sum ? sum : g - std::ldexp(sum, K == Kind::Half ? -1 : -sf - 1));
 }
 
