@@ -76,8 +76,7 @@ void sweepKernels(uint64_t seed, In (*data)(Rng&), In (*weight)(Rng&)) {
             for (int r = 0; r < rows; ++r) {
               LD sum = 0, mag = fabsl(init[r]);
               for (int i = 0; i < width; ++i) {
-                const LD t =
-                    (LD(src[0][i]) - mean[r][i]) * (LD(src[0][i]) - mean[r][i]) * var[r][i];
+                const LD t = ldSum(src[0] + i, mean[r] + i, var[r] + i, 1);
                 sum += t, mag += fabsl(t);
               }
               ASSERT_NEAR(out[r], double(init[r] + (aligned ? -sum : sum)),
@@ -148,8 +147,8 @@ TEST(GaussRows, EveryKernelOfEveryTierFollowsItsOrder) {
 #define M3(t, A, ...) M2(t, A, __VA_ARGS__), MEMBER(Add, Add, t, A, __VA_ARGS__)
 const RowMember<float, float> kF32[] = {M3(32f, WITH_VAR, Half, _D2, _D2L), M3(IdVar_32f, NO_VAR, Half, _D2, _D2L)};
 const RowMember<double, double> kF64[] = {M3(64f, WITH_VAR, Half, _D2, _D2L), M3(IdVar_64f, NO_VAR, Half, _D2, _D2L)};
-const RowMember<int16_t, float> kScaled[] = {M3(Scaled_16s32f, WITH_VAR, Scaled, _D2, _D2L, , sf), M3(LowScaled_16s32f, WITH_VAR, LowScaled, _D2, _D2L, , sf),
-                                             M3(IdVarScaled_16s32f, NO_VAR, Scaled, _D2, _D2L, , sf), M3(IdVarLowScaled_16s32f, NO_VAR, LowScaled, _D2, _D2L, , sf)};
+const RowMember<int16_t, float> kScaled[] = {M3(Scaled_16s32f, WITH_VAR, Scaled, _D2, _D2L, , sf), M3(LowScaled_16s32f, WITH_VAR, Scaled, _D2, _D2L, , sf),
+                                             M3(IdVarScaled_16s32f, NO_VAR, Scaled, _D2, _D2L, , sf), M3(IdVarLowScaled_16s32f, NO_VAR, Scaled, _D2, _D2L, , sf)};
 const RowMember<int16_t, int32_t> kInt[] = {M2(16s32s, WITH_VAR, IntClamp, _D2Sfs, _D2LSfs, , sf), M2(Low_16s32s, WITH_VAR, IntLow, _D2Sfs, _D2LSfs, , sf),
                                             M2(IdVar_16s32s, NO_VAR, IntClamp, _D2Sfs, _D2LSfs, , sf), M2(IdVarLow_16s32s, NO_VAR, IntLow, _D2Sfs, _D2LSfs, , sf)};
 // clang-format on

@@ -81,13 +81,21 @@ inline int32_t clamp32(i128 v) {
 
 // One-element log-adds through the exports: the step that every scoring
 // family applies when a score meets a running value.
-inline float logAddRef(float run, float score) {
-  vspsLogAdd_32f(&score, &run, 1, vspHintDefault);
+template <class T>
+T logAddRef(T run, T score) {
+  if constexpr (sizeof(T) == 4) vspsLogAdd_32f(&score, &run, 1, vspHintDefault);
+  if constexpr (sizeof(T) == 8) vspsLogAdd_64f(&score, &run, 1, vspHintDefault);
   return run;
 }
-inline double logAddRef(double run, double score) {
-  vspsLogAdd_64f(&score, &run, 1, vspHintDefault);
-  return run;
+
+// The sum of squared differences in long double, the terms weighted by v (by
+// 1 without v, by 1 / v when `invert`).
+template <class T>
+LD ldSum(const T* s, const T* m, const T* v, int n, bool invert = false) {
+  LD sum = 0;
+  for (int i = 0; i < n; ++i)
+    sum += (LD(s[i]) - m[i]) * (LD(s[i]) - m[i]) * (!v ? 1 : invert ? 1 / LD(v[i]) : LD(v[i]));
+  return sum;
 }
 
 // Data and weights; a quarter of the 16-bit weights are huge, so that the
@@ -126,9 +134,10 @@ inline uint32_t bits(int32_t v) { return uint32_t(v); }
 // The score of one row, by the scalar definition of the block and mixture
 // families: for floats 0.5 * (2 * gConst - sum), the terms subtracted in the
 // single-observation order; for 16-bit data with a float score gConst - sum *
-// factor; for integers the shifted sum clamped (IntClamp) or not (IntLow)
+// 2^-(sf + 1) (both scaled forms, at the scale factors used here); for
+// integers the shifted sum clamped (IntClamp) or not (IntLow)
 // before it is subtracted in 32 bits.
-enum class Score { Half, Scaled, LowScaled, IntClamp, IntLow };
+enum class Score { Half, Scaled, IntClamp, IntLow };
 template <class T, class O>
 O refScore(Score kind, const T* s, const T* m, const T* v, int w, O g, int sf) {
   if constexpr (std::is_integral_v<O>) {
@@ -136,8 +145,7 @@ O refScore(Score kind, const T* s, const T* m, const T* v, int w, O g, int sf) {
     return wrap32(i128(g) - (kind == Score::IntClamp ? clamp32(shifted) : shifted));
   } else if constexpr (sizeof(T) == 2) {
     const float sum = rowAccRef<float>(s, m, v, w, 0.0f, false, false);
-    return g -
-           sum * (kind == Score::Scaled ? std::ldexp(1.0f, -sf - 1) : std::ldexp(1.0f, -sf) * 0.5f);
+    return g - sum * std::ldexp(1.0f, -sf - 1);
   } else {
     return O(0.5) * rowAccRef<O>(s, m, v, w, g + g, true, true);
   }
