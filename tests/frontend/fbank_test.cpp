@@ -28,18 +28,23 @@ struct BankRead {
 // The members of the float and the 16-bit bank that share a signature.
 template <class S>
 struct Api;
-#define VSP_FBANK_API(T)                                        \
-  template <>                                                   \
-  struct Api<VspFBankState_##T> {                               \
-    static constexpr auto empty = vspsEmptyFBankInitAlloc_##T;  \
-    static constexpr auto getCentres = vspsFBankGetCenters_##T; \
-    static constexpr auto setCentres = vspsFBankSetCenters_##T; \
-    static constexpr auto getWeights = vspsFBankGetCoeffs_##T;  \
-    static constexpr auto setWeights = vspsFBankSetCoeffs_##T;  \
-    static constexpr auto release = vspsFBankFree_##T;          \
+#define VSP_FBANK_API(T, Sample)                                 \
+  template <>                                                    \
+  struct Api<VspFBankState_##T> {                                \
+    using X = Sample;                                            \
+    static constexpr auto getSize = vspsMelFBankGetSize_##T;     \
+    static constexpr auto init = vspsMelFBankInit_##T;           \
+    static constexpr auto mel = vspsMelFBankInitAlloc_##T;       \
+    static constexpr auto melLin = vspsMelLinFBankInitAlloc_##T; \
+    static constexpr auto empty = vspsEmptyFBankInitAlloc_##T;   \
+    static constexpr auto getCentres = vspsFBankGetCenters_##T;  \
+    static constexpr auto setCentres = vspsFBankSetCenters_##T;  \
+    static constexpr auto getWeights = vspsFBankGetCoeffs_##T;   \
+    static constexpr auto setWeights = vspsFBankSetCoeffs_##T;   \
+    static constexpr auto release = vspsFBankFree_##T;           \
   };
-VSP_FBANK_API(32f)
-VSP_FBANK_API(16s)
+VSP_FBANK_API(32f, float)
+VSP_FBANK_API(16s, Vsp16s)
 #undef VSP_FBANK_API
 VspStatus eval(const float* x, float* y, VspFBankState_32f* s) {
   return vspsEvalFBank_32f(x, y, s);
@@ -92,15 +97,19 @@ Out integerSum(const BankRead& r, int j, const int32_t* x, int64_t shift, bool w
       std::clamp<int64_t>(v, std::numeric_limits<Out>::min(), std::numeric_limits<Out>::max()));
 }
 
+// A Mel bank, or with linearCount > 0 a linear/Mel one.
 struct Case {
   const char* what;
   int fftLen, n, fc;
   float sr, lo, hi;
   int flags;
   size_t misalign;
-  template <class F, class S>
-  VspStatus make(F f, S s, int32_t* order) const {
-    return f(s, order, fftLen, sr, lo, hi, fc, kMul, kDiv, flags);
+  float linHi = 0;
+  int lc = 0;
+  template <class S>
+  VspStatus alloc(S** s, int32_t* order) const {
+    return lc ? Api<S>::melLin(s, order, fftLen, sr, lo, hi, fc, linHi, lc, kMul, kDiv, flags)
+              : Api<S>::mel(s, order, fftLen, sr, lo, hi, fc, kMul, kDiv, flags);
   }
 };
 
@@ -108,13 +117,15 @@ struct Case {
 // InitAlloc built, and evaluates alike. The filter counts of the cases leave
 // no slack at the block's end, and a misalignment of 16 takes all that the
 // object's alignment may use, so a short size shows as a broken guard.
-template <class T, class S, class GetSize, class Init>
-void expectInitLike(S* a, const Case& mc, GetSize getSize, Init init) {
+template <class S>
+void expectInitLike(S* a, const Case& mc) {
+  using T = typename Api<S>::X;
   int32_t size = 0, order = 0;
-  ASSERT_EQ(getSize(mc.fftLen, mc.fc, mc.flags, &size), vspStatusOk);
+  ASSERT_EQ(Api<S>::getSize(mc.fftLen, mc.fc, mc.flags, &size), vspStatusOk);
   Guarded<unsigned char> block(size_t(size), mc.misalign);
   S* s = reinterpret_cast<S*>(block.data());
-  ASSERT_EQ(mc.make(init, s, &order), vspStatusOk);
+  ASSERT_EQ(Api<S>::init(s, &order, mc.fftLen, mc.sr, mc.lo, mc.hi, mc.fc, kMul, kDiv, mc.flags),
+            vspStatusOk);
   std::vector<T> x(size_t(mc.n)), y(size_t(mc.fc)), z(y);
   for (size_t i = 0; i < x.size(); ++i) x[i] = T(int(i * 37 % 601) - 300);
   EXPECT_TRUE(eval(x.data(), y.data(), s) == 0 && eval(x.data(), z.data(), a) == 0 && y == z);
@@ -129,7 +140,13 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
       {"bin weights, time signal", 512, 512, 22, 16000, 64, 8000, 6, 16},
       {"equal edges", 256, 256, 14, 8000, 1000, 1000, 5, 16},
       {"coinciding centres", 64, 64, 38, 8000, 50, 4000, 2, 8},
-      {"order 1", 1, 2, 6, 8000, 10, 4000, 2, 0}};
+      {"order 1", 1, 2, 6, 8000, 10, 4000, 2, 0},
+      // Linear points 1.5 or 3 bins apart from half a bin: every other centre
+      // is an exact tie when rounding.
+      {"linear", 256, 256, 11, 8192, 16, 4096, 1, 0, 592, 11},
+      {"linear, bin weights", 256, 256, 11, 8192, 16, 4096, 2, 0, 592, 11},
+      {"linear and Mel", 256, 256, 11, 8192, 16, 4096, 1, 0, 592, 6},
+      {"linear and Mel, bin weights", 256, 256, 11, 8192, 16, 4096, 2, 0, 592, 6}};
   int wrapped = 0;
   for (const Case& mc : cases) {
     SCOPED_TRACE(mc.what);
@@ -143,28 +160,34 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     const std::vector<int> kept = mc.flags & 4 ? std::vector<int>{1, 1, 1, 1, 0, 1, 1, 0}
                                                : std::vector<int>{1, 1, 0, 1, 1, 0};
     const SweepResult r = sweepAllocationFailures(
-        [&] {
-          return s = reinterpret_cast<VspFBankState_32f*>(&s),
-                 mc.make(vspsMelFBankInitAlloc_32f, &s, &order);
-        },
+        [&] { return s = reinterpret_cast<VspFBankState_32f*>(&s), mc.alloc(&s, &order); },
         [&](int n) {
           EXPECT_EQ(s == nullptr, n == 1);
           EXPECT_EQ(vspsFBankFree_32f(s), n == 1 ? vspStatusNullPointer : vspStatusOk);
         },
         [&](int n) { return long(std::accumulate(kept.begin(), kept.begin() + n - 1, 0)); });
     ASSERT_TRUE(r.finalStatus == vspStatusOk && r.allocationPoints == int(kept.size()));
-    ASSERT_EQ(mc.make(vspsMelFBankInitAlloc_16s, &t, &order), vspStatusOk);
+    ASSERT_EQ(mc.alloc(&t, &order), vspStatusOk);
     EXPECT_EQ(1 << order, mc.n);
-    expectInitLike<float>(s, mc, vspsMelFBankGetSize_32f, vspsMelFBankInit_32f);
-    expectInitLike<Vsp16s>(t, mc, vspsMelFBankGetSize_16s, vspsMelFBankInit_16s);
+    if (!mc.lc) expectInitLike(s, mc), expectInitLike(t, mc);
     const bool bins = mc.flags & 2, time = mc.flags & 4;
     const BankRead f = readBank(s), g = readBank(t);
     EXPECT_EQ(g.c, f.c);
+    // Points in Hz: linear up to linearCount (all of them when it is the
+    // filter count, highFreq then playing no part), Mel-spaced above.
+    const int lc = mc.lc ? mc.lc : mc.fc;
+    const bool mixed = lc < mc.fc;
+    const double m0 = melOf(mc.lc ? mc.linHi : mc.lo);
     std::vector<double> mel(size_t(mc.fc) + 2);
     for (int i = 0; i <= mc.fc + 1; ++i) {
-      mel[i] = melOf(mc.lo) + i * (melOf(mc.hi) - melOf(mc.lo)) / (mc.fc + 1);
-      expectCentre(f.c[i], (std::exp(mel[i] / kMul) - 1) * kDiv * mc.n / mc.sr, bins, i);
+      const double m = m0 + (i - mc.lc) * (melOf(mc.hi) - m0) / (mc.fc - mc.lc + 1);
+      const double hz = mc.lc && (!mixed || i < lc)
+                            ? mc.lo + i * double(mc.linHi - mc.lo) / (mixed ? lc : mc.fc + 1)
+                            : (std::exp(m / kMul) - 1) * kDiv;
+      mel[i] = melOf(hz);
+      expectCentre(f.c[i], hz * mc.n / mc.sr, bins, i);
     }
+    EXPECT_TRUE(mixed || !mc.lc || f.c[mc.fc + 1] <= int(mc.linHi * mc.n / mc.sr));
     // Float evaluation: near the double sum, and exactly the two sides summed
     // in ascending bin order and then added.
     Rng rng(uint64_t(mc.n) + mc.flags);
@@ -182,16 +205,19 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
       for (int k = c0; k <= c2; ++k) {
         SCOPED_TRACE(testing::Message() << "j=" << j << " k=" << k);
         const double mk = melOf(k * double(mc.sr) / mc.n), w = f.at(j, k);
-        // Bins: one float division, in 16 bits an integer one. Mel: no clamp,
-        // the low edge is 0, 16 bits truncate.
+        // Bins: one float division, in 16 bits an integer one; past the linear
+        // filters too. Mel: the low edge is 0, 16 bits truncate; the falling
+        // side of the last linear filter below Mel ones is a bin number minus
+        // a Mel value.
+        const double ref = bins || j > lc     ? binWeight(f.c, j, k)
+                           : k == c0          ? 0.0
+                           : k <= c1          ? (mk - mel[j - 1]) / (mel[j] - mel[j - 1])
+                           : j < lc || !mixed ? (mel[j + 1] - mk) / (mel[j + 1] - mel[j])
+                                              : (c2 - mk) / (c2 - c1);
         if (bins)
-          EXPECT_EQ(w, float(binWeight(f.c, j, k)));
+          EXPECT_EQ(w, float(ref));
         else
-          EXPECT_NEAR(w,
-                      k == c0   ? 0.0
-                      : k <= c1 ? (mk - mel[j - 1]) / (mel[j] - mel[j - 1])
-                                : (mel[j + 1] - mk) / (mel[j + 1] - mel[j]),
-                      1e-4);
+          EXPECT_NEAR(w, std::max(ref, 0.0), 1e-4);
         EXPECT_NEAR(g.at(j, k) * 16384, bins ? binWeight(f.c, j, k, 14) : w * 16384, !bins * 1.5);
         want += w * spectrum[k], scale += std::fabs(w) * spectrum[k];
         (k <= c1 ? a : b) += f.at(j, k) * src[k];
@@ -229,52 +255,6 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     EXPECT_TRUE(vspsFBankFree_32f(s) == 0 && vspsFBankFree_16s(t) == 0);
   }
   EXPECT_GT(wrapped, 0);
-}
-
-// Linear points 1.5 or 3 bins apart from half a bin: every other centre is an
-// exact tie when rounding.
-TEST(FBank, MelLinearWithAndWithoutMelPart) {
-  const int n = 256, fc = 11;
-  const float sr = 8192, lo = 16, linHi = 592, hi = 4096;
-  for (int lc : {fc, 6})
-    for (int flags : {1, 2}) {
-      SCOPED_TRACE(testing::Message() << "linearCount " << lc << " flags " << flags);
-      VspFBankState_32f* s = nullptr;
-      VspFBankState_16s* t = nullptr;
-      int32_t order = 0;
-      auto make = [&](auto init, auto** out) {
-        return init(out, &order, n, sr, lo, hi, fc, linHi, lc, kMul, kDiv, flags);
-      };
-      ASSERT_EQ(make(vspsMelLinFBankInitAlloc_32f, &s), vspStatusOk);
-      ASSERT_EQ(make(vspsMelLinFBankInitAlloc_16s, &t), vspStatusOk);
-      const BankRead f = readBank(s), g = readBank(t);
-      EXPECT_EQ(g.c, f.c);
-      const bool bins = flags & 2, mixed = lc < fc;
-      std::vector<double> lin(size_t(fc) + 2);  // linear points; Mel above linearCount
-      for (int i = 0; i <= fc + 1; ++i) {
-        lin[i] = lo + i * double(linHi - lo) / (mixed ? lc : fc + 1);
-        const double ma = melOf(linHi), m = ma + (i - lc) * (melOf(hi) - ma) / (fc - lc + 1);
-        expectCentre(f.c[i], (mixed && i >= lc ? (std::exp(m / kMul) - 1) * kDiv : lin[i]) * n / sr,
-                     bins, i);
-      }
-      EXPECT_TRUE(mixed || f.c[fc + 1] <= int(linHi * n / sr));  // highFreq plays no part
-      for (int j = 1; j <= fc; ++j) {
-        const int c1 = f.c[j], c2 = f.c[j + 1];
-        const double m0 = melOf(lin[j - 1]), m1 = melOf(lin[j]), m2 = melOf(lin[j + 1]);
-        for (int k = f.c[j - 1]; k <= c2; ++k) {
-          const double mk = melOf(k * double(sr) / n);
-          // Past the linear filters bin weights; the transition's falling side
-          // a bin number minus a Mel value.
-          const double want = bins || j > lc     ? binWeight(f.c, j, k)
-                              : k <= c1          ? (mk - m0) / (m1 - m0)
-                              : j < lc || !mixed ? (m2 - mk) / (m2 - m1)
-                                                 : (c2 - mk) / (c2 - c1);
-          EXPECT_NEAR(f.at(j, k), std::max(want, 0.0), 1e-4) << "j=" << j << " k=" << k;
-          EXPECT_NEAR(g.at(j, k) * 16384, f.at(j, k) * 16384, 1.5) << "j=" << j << " k=" << k;
-        }
-      }
-      EXPECT_TRUE(vspsFBankFree_32f(s) == 0 && vspsFBankFree_16s(t) == 0);
-    }
 }
 
 // An empty bank (flags stored as 1 whatever came) refuses work until its
