@@ -149,8 +149,9 @@ TEST(Fft, IntegerFrontEndRoundsToEvenAndSaturates) {
       for (size_t k = 0; k <= (v < 0 ? 0 : n / 2); ++k)
         EXPECT_EQ(dst[2 * k], v < 0 ? INT32_MIN : v == 2 ? 0 : 2) << v << " " << k;
     }
+    // (Its memory is gone now: a second free is checked on an object in the
+    // caller's memory above.)
     EXPECT_EQ(vsp::fftSpecFree_16s(s), vspStatusOk);
-    EXPECT_EQ(vsp::fftSpecFree_16s(s), vspStatusBadContext);
   }
 }
 
