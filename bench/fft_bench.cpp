@@ -96,10 +96,10 @@ void BM_RealTransform(benchmark::State& st) {
   const int order = int(st.range(0)), n = 1 << order;
   const std::vector<float> x = frame(n);
   std::vector<float> out(n + 2);
-  VspFftSpec_32f* spec = nullptr;
-  vsp::fftSpecInitAlloc(&spec, order, 8, 0);
+  VspFftSpec_32f* fftObj = nullptr;
+  vsp::fftSpecInitAlloc(&fftObj, order, 8, 0);
   auto lib = [&] {
-    vsp::fftForwardComplexForm(x.data(), out.data(), spec, nullptr);
+    vsp::fftForwardComplexForm(x.data(), out.data(), fftObj, nullptr);
     benchmark::DoNotOptimize(out.data());
   };
   const double tLib = vspbench::timePerCall(lib);
@@ -114,7 +114,7 @@ void BM_RealTransform(benchmark::State& st) {
   st.counters["fftw"] = vspbench::timePerCall([&] { benchmark::DoNotOptimize(fftw.run()); }) / tLib;
 #endif
   for (auto _ : st) lib();
-  vsp::fftSpecFree(spec);
+  vsp::fftSpecFree(fftObj);
 }
 BENCHMARK(BM_RealTransform)->DenseRange(8, 11)->ArgName("order");
 

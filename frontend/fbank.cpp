@@ -40,7 +40,7 @@ int32_t orderOf(int32_t fftLen, int64_t* n) {
 // constructor alike, which also bounds all the counts below.
 struct Layout {
   int64_t rows = 0, n = 0;
-  int64_t spec = 0, work = 0, centers = 0, floats = 0, rise = 0, fall = 0;
+  int64_t fftObj = 0, work = 0, centers = 0, floats = 0, rise = 0, fall = 0;
   int64_t total = 0;
 };
 
@@ -51,16 +51,16 @@ bool layoutOf(int32_t order, int64_t n, int32_t filterCount, bool transform, boo
   l->n = n;
   if (n > (int64_t(1) << 28) || l->rows > (int64_t(1) << 28)) return false;
   if (transform) {
-    int32_t spec = 0, init = 0, work = 0;
-    if (P::specGetSize(order, &spec, &init, &work) != vspStatusOk) return false;
-    l->spec = spec;
+    int32_t fftObj = 0, init = 0, work = 0;
+    if (P::specGetSize(order, &fftObj, &init, &work) != vspStatusOk) return false;
+    l->fftObj = fftObj;
     l->work = fbankWorkBytes(n, work);
   }
   l->centers = l->rows * 4;
   l->floats = pointArrays ? l->rows * 4 : 0;
   l->rise = fbankRowBlockBytes(l->rows, fbankRiseStride(n));
   l->fall = fbankRowBlockBytes(l->rows, fbankFallStride(n));
-  l->total = int64_t(sizeof(typename P::State)) + 31 + fbankRoundUp32(l->spec) +
+  l->total = int64_t(sizeof(typename P::State)) + 31 + fbankRoundUp32(l->fftObj) +
              fbankRoundUp32(l->work) + fbankRoundUp32(l->centers) + 2 * fbankRoundUp32(l->floats) +
              fbankRoundUp32(l->rise) + fbankRoundUp32(l->fall);
   return l->total <= INT32_MAX;
@@ -77,8 +77,8 @@ class BlockPieces {
     return p;
   }
   template <class P>
-  typename P::Spec* spec(int32_t order, int64_t bytes) {
-    typename P::Spec* s = nullptr;
+  typename P::Obj* fftObj(int32_t order, int64_t bytes) {
+    typename P::Obj* s = nullptr;
     P::specInit(&s, order, take(bytes));
     return s;
   }
@@ -93,8 +93,8 @@ class HeapPieces {
  public:
   void* take(int64_t bytes) { return vspMalloc(size_t(bytes)); }
   template <class P>
-  typename P::Spec* spec(int32_t order, int64_t) {
-    typename P::Spec* s = nullptr;
+  typename P::Obj* fftObj(int32_t order, int64_t) {
+    typename P::Obj* s = nullptr;
     return P::specInitAlloc(&s, order) == vspStatusOk ? s : nullptr;
   }
   void release(void* p) { vspFree(p); }
@@ -140,7 +140,7 @@ VspStatus takePieces(typename P::State* s, Pieces& pc, const Layout& l, int32_t 
                      bool transformOptional, Points* pts) {
   using Weight = typename P::Weight;
   if (transformFlags & vspFBankTransformInput) {
-    s->fftSpec = pc.template spec<P>(s->fftOrder, l.spec);
+    s->fftSpec = pc.template fftObj<P>(s->fftOrder, l.fftObj);
     if (s->fftSpec) s->fftWork = pc.take(l.work);
     if (!s->fftWork && !transformOptional) return vspStatusNoMemory;
   }
@@ -397,7 +397,7 @@ VspStatus fbankFree(typename P::State* s) {
   s->centers = nullptr;
   s->riseRows = nullptr;
   s->fallRows = nullptr;
-  if (s->fftSpec) P::specFree(static_cast<typename P::Spec*>(s->fftSpec));  // status ignored
+  if (s->fftSpec) P::specFree(static_cast<typename P::Obj*>(s->fftSpec));  // status ignored
   s->fftSpec = nullptr;
   s->fftWork = nullptr;
   vspFree(s);

@@ -15,7 +15,7 @@ VSP_NS_BEGIN
 struct FBank32f {
   using State = VspFBankState_32f;
   using Weight = float;
-  using Spec = VspFftSpec_32f;
+  using Obj = VspFftSpec_32f;
   static constexpr int32_t kCoeffShift = 0;
   // A ratio of Mel distances.
   static float ratio(float num, float den) { return num / den; }
@@ -24,22 +24,22 @@ struct FBank32f {
   static float clampLow(float w) { return w < 0.0f ? 0.0f : w; }
   static float toFloat(float w) { return w; }
   static float fromFloat(float f) { return f; }
-  static VspStatus specGetSize(int32_t order, int32_t* spec, int32_t* init, int32_t* work) {
-    return fftSpecGetSize(order, 8, 0, spec, init, work);
+  static VspStatus specGetSize(int32_t order, int32_t* fftObj, int32_t* init, int32_t* work) {
+    return fftSpecGetSize(order, 8, 0, fftObj, init, work);
   }
-  static VspStatus specInit(Spec** s, int32_t order, void* mem) {
+  static VspStatus specInit(Obj** s, int32_t order, void* mem) {
     return fftSpecInit(s, order, 8, 0, mem, nullptr);
   }
-  static VspStatus specInitAlloc(Spec** s, int32_t order) {
+  static VspStatus specInitAlloc(Obj** s, int32_t order) {
     return fftSpecInitAlloc(s, order, 8, 0);
   }
-  static VspStatus specFree(Spec* s) { return fftSpecFree(s); }
+  static VspStatus specFree(Obj* s) { return fftSpecFree(s); }
 };
 
 struct FBank16s {
   using State = VspFBankState_16s;
   using Weight = int32_t;  // weight times 16384
-  using Spec = VspFftSpec_16s;
+  using Obj = VspFftSpec_16s;
   static constexpr int32_t kCoeffShift = 14;
   // The float expression times 16384 ahead of the division, truncated.
   static int32_t ratio(float num, float den) { return f32ToS32Clamp((num * 16384.0f) / den); }
@@ -47,16 +47,16 @@ struct FBank16s {
   static int32_t clampLow(int32_t w) { return w < 0 ? 0 : w; }
   static float toFloat(int32_t w) { return float(w) * 6.1035156e-5f; }
   static int32_t fromFloat(float f) { return f32ToS32Clamp(f * 16384.0f); }
-  static VspStatus specGetSize(int32_t order, int32_t* spec, int32_t* init, int32_t* work) {
-    return fftSpecGetSize_16s(order, 8, 0, spec, init, work);
+  static VspStatus specGetSize(int32_t order, int32_t* fftObj, int32_t* init, int32_t* work) {
+    return fftSpecGetSize_16s(order, 8, 0, fftObj, init, work);
   }
-  static VspStatus specInit(Spec** s, int32_t order, void* mem) {
+  static VspStatus specInit(Obj** s, int32_t order, void* mem) {
     return fftSpecInit_16s(s, order, 8, 0, mem, nullptr);
   }
-  static VspStatus specInitAlloc(Spec** s, int32_t order) {
+  static VspStatus specInitAlloc(Obj** s, int32_t order) {
     return fftSpecInitAlloc_16s(s, order, 8, 0);
   }
-  static VspStatus specFree(Spec* s) { return fftSpecFree_16s(s); }
+  static VspStatus specFree(Obj* s) { return fftSpecFree_16s(s); }
 };
 
 // ---- Rows --------------------------------------------------------------------------------

@@ -99,10 +99,10 @@ VspStatus eval32f(const float* src, float* dst, VspFBankState_32f* s) {
   // The complex form at the start of the work buffer, the magnitudes behind
   // it. The transform cannot fail here (its object and work are the bank's);
   // its status would be ignored.
-  const VspFftSpec_32f* spec = static_cast<const VspFftSpec_32f*>(s->fftSpec);
+  const VspFftSpec_32f* fftObj = static_cast<const VspFftSpec_32f*>(s->fftSpec);
   float* work = static_cast<float*>(s->fftWork);
   float* mags = work + fbankMagnitudeOffset(n);
-  fftForwardComplexForm(src, work, spec, spec->workSize > 0 ? transformWork(work, n) : nullptr);
+  fftForwardComplexForm(src, work, fftObj, fftObj->workSize > 0 ? transformWork(work, n) : nullptr);
   fftMagnitude(work, mags, int32_t(n / 2 + 1));
   filter32f(s, mags, dst, topBin);
   return vspStatusOk;
@@ -121,10 +121,10 @@ VspStatus eval16s(const int16_t* src, Out* dst, VspFBankState_16s* s, int32_t sc
   }
   // Each magnitude at 64 times its size: the transform gives eight times the
   // spectrum, the magnitude eight times that.
-  const VspFftSpec_16s* spec = static_cast<const VspFftSpec_16s*>(s->fftSpec);
+  const VspFftSpec_16s* fftObj = static_cast<const VspFftSpec_16s*>(s->fftSpec);
   int32_t* work = static_cast<int32_t*>(s->fftWork);
   int32_t* mags = work + fbankMagnitudeOffset(n);
-  fftForward_16s(src, work, spec, -3, transformWork(work, n));
+  fftForward_16s(src, work, fftObj, -3, transformWork(work, n));
   fftMagnitudeScaled_32s(work, mags, int32_t(n / 2 + 1), -3);
   if (WrapOnTransform)
     filterInt<Product32Wrap>(s, mags, dst, shift + 6, topBin);

@@ -102,14 +102,14 @@ FftPath pathFor(FftPath path, int32_t order) {
 }
 
 // One transform on a path that can serve the length, with factor `f`.
-void runOnPath(FftPath path, FftKind kind, const VspFftSpec_32f* spec, const float* src, float* dst,
-               float* scratch, float f) {
-  if (spec->order == 0) {  // N = 1: the value itself
+void runOnPath(FftPath path, FftKind kind, const VspFftSpec_32f* fftObj, const float* src,
+               float* dst, float* scratch, float f) {
+  if (fftObj->order == 0) {  // N = 1: the value itself
     dst[0] = src[0] * f;
     if (kind == FftKind::ForwardComplexForm) dst[1] = 0.0f;
     return;
   }
-  const FftPlan plan = planOf(spec);
+  const FftPlan plan = planOf(fftObj);
   const bool half = kind == FftKind::ForwardHalfComplex;
   const bool inverse = kind == FftKind::InverseHalfComplex;
   switch (path) {
@@ -132,58 +132,58 @@ void runOnPath(FftPath path, FftKind kind, const VspFftSpec_32f* spec, const flo
   }
 }
 
-float factorOf(const VspFftSpec_32f* spec, FftKind kind) {
+float factorOf(const VspFftSpec_32f* fftObj, FftKind kind) {
   const bool scaled =
-      kind == FftKind::InverseHalfComplex ? spec->scaleInverse != 0 : spec->scaleForward != 0;
-  return scaled ? spec->scale : 1.0f;
+      kind == FftKind::InverseHalfComplex ? fftObj->scaleInverse != 0 : fftObj->scaleForward != 0;
+  return scaled ? fftObj->scale : 1.0f;
 }
 
 // Scratch from the stack up to N = 2048, else from `work` (used from its
 // first 32-byte boundary) or, without one, from vspMalloc.
 VspStatus transformWith(FftPath path, FftKind kind, const float* src, float* dst,
-                        const VspFftSpec_32f* spec, void* work, float f) {
+                        const VspFftSpec_32f* fftObj, void* work, float f) {
   alignas(64) float local[kStackFloats];
-  if (spec->order <= kStackMaxOrder) {
-    runOnPath(path, kind, spec, src, dst, local, f);
+  if (fftObj->order <= kStackMaxOrder) {
+    runOnPath(path, kind, fftObj, src, dst, local, f);
     return vspStatusOk;
   }
-  ScratchBlock own(work ? nullptr : vspMalloc(size_t(spec->workSize)));
+  ScratchBlock own(work ? nullptr : vspMalloc(size_t(fftObj->workSize)));
   void* w = work ? work : own.get();
   if (!w) return vspStatusNoMemory;
-  runOnPath(path, kind, spec, src, dst, reinterpret_cast<float*>(align32(w)), f);
+  runOnPath(path, kind, fftObj, src, dst, reinterpret_cast<float*>(align32(w)), f);
   return vspStatusOk;
 }
 
-VspStatus transform(FftKind kind, const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus transform(FftKind kind, const float* src, float* dst, const VspFftSpec_32f* fftObj,
                     void* work) {
-  if (!spec) return vspStatusNullPointer;
-  if (spec->tag != kFftTag32f) return vspStatusBadContext;
+  if (!fftObj) return vspStatusNullPointer;
+  if (fftObj->tag != kFftTag32f) return vspStatusBadContext;
   if (anyNull(src, dst)) return vspStatusNullPointer;
-  return transformWith(pathFor(fftHostPath(), spec->order), kind, src, dst, spec, work,
-                       factorOf(spec, kind));
+  return transformWith(pathFor(fftHostPath(), fftObj->order), kind, src, dst, fftObj, work,
+                       factorOf(fftObj, kind));
 }
 
 // The two kinds of object, for the functions that treat them alike.
 struct Kind32f {
-  using Spec = VspFftSpec_32f;
+  using Obj = VspFftSpec_32f;
   static constexpr int32_t kTag = kFftTag32f;
   static int64_t specBytes(int32_t order) { return specBytes32f(order); }
   static int64_t workBytes(int32_t order) { return workBytes32f(order); }
-  static Spec* build(void* m, int32_t order, int32_t flag, int32_t hint, int32_t owned) {
+  static Obj* build(void* m, int32_t order, int32_t flag, int32_t hint, int32_t owned) {
     return build32f(m, order, flag, hint, owned);
   }
-  static void retire(Spec*) {}
+  static void retire(Obj*) {}
 };
 struct Kind16s {
-  using Spec = VspFftSpec_16s;
+  using Obj = VspFftSpec_16s;
   static constexpr int32_t kTag = kFftTag16s;
   static int64_t specBytes(int32_t order) { return specBytes16s(order); }
   static int64_t workBytes(int32_t order) { return workBytes16s(order); }
-  static Spec* build(void* m, int32_t order, int32_t flag, int32_t hint, int32_t owned) {
+  static Obj* build(void* m, int32_t order, int32_t flag, int32_t hint, int32_t owned) {
     return build16s(m, order, flag, hint, owned);
   }
   // The inner object lives in the same block: releasing it only clears its tag.
-  static void retire(Spec* s) { fftSpecFree(s->inner); }
+  static void retire(Obj* s) { fftSpecFree(s->inner); }
 };
 
 template <class K>
@@ -200,7 +200,7 @@ VspStatus specGetSize(int32_t order, int32_t normFlag, int32_t, int32_t* specSiz
 
 // In caller memory, or (`own`) in a vspMalloc block that the object owns.
 template <class K>
-VspStatus specInit(typename K::Spec** specOut, int32_t order, int32_t normFlag, int32_t hint,
+VspStatus specInit(typename K::Obj** specOut, int32_t order, int32_t normFlag, int32_t hint,
                    void* memory, bool own) {
   if (!specOut || (!own && !memory)) return vspStatusNullPointer;
   const VspStatus st = checkOrderAndFlag(order, normFlag);
@@ -212,22 +212,22 @@ VspStatus specInit(typename K::Spec** specOut, int32_t order, int32_t normFlag, 
 }
 
 template <class K>
-VspStatus specGetWorkSize(const typename K::Spec* spec, int32_t* workSize) {
-  if (anyNull(spec, workSize)) return vspStatusNullPointer;
-  if (spec->tag != K::kTag) return vspStatusBadContext;
-  *workSize = spec->workSize;
+VspStatus specGetWorkSize(const typename K::Obj* fftObj, int32_t* workSize) {
+  if (anyNull(fftObj, workSize)) return vspStatusNullPointer;
+  if (fftObj->tag != K::kTag) return vspStatusBadContext;
+  *workSize = fftObj->workSize;
   return vspStatusOk;
 }
 
 // Clears the tag; frees the block if the object owns it (vspMalloc blocks are
 // 64-byte aligned, so the object stands at the start of its block).
 template <class K>
-VspStatus specFree(typename K::Spec* spec) {
-  if (!spec) return vspStatusNullPointer;
-  if (spec->tag != K::kTag) return vspStatusBadContext;
-  spec->tag = 0;
-  K::retire(spec);
-  if (spec->owned == 1) vspFree(spec);
+VspStatus specFree(typename K::Obj* fftObj) {
+  if (!fftObj) return vspStatusNullPointer;
+  if (fftObj->tag != K::kTag) return vspStatusBadContext;
+  fftObj->tag = 0;
+  K::retire(fftObj);
+  if (fftObj->owned == 1) vspFree(fftObj);
   return vspStatusOk;
 }
 
@@ -271,26 +271,26 @@ int32_t fftPathMinOrder(FftPath path) {
 }
 
 VspStatus fftTransformOnPath(FftPath path, FftKind kind, const float* src, float* dst,
-                             const VspFftSpec_32f* spec) {
-  if (anyNull(src, dst, spec)) return vspStatusNullPointer;
-  if (spec->tag != kFftTag32f) return vspStatusBadContext;
-  if (pathFor(path, spec->order) != path) return vspStatusBadSize;
-  return transformWith(path, kind, src, dst, spec, nullptr, factorOf(spec, kind));
+                             const VspFftSpec_32f* fftObj) {
+  if (anyNull(src, dst, fftObj)) return vspStatusNullPointer;
+  if (fftObj->tag != kFftTag32f) return vspStatusBadContext;
+  if (pathFor(path, fftObj->order) != path) return vspStatusBadSize;
+  return transformWith(path, kind, src, dst, fftObj, nullptr, factorOf(fftObj, kind));
 }
 
 // ---- Float transforms ------------------------------------------------------------------
 
-VspStatus fftForwardComplexForm(const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus fftForwardComplexForm(const float* src, float* dst, const VspFftSpec_32f* fftObj,
                                 void* work) {
-  return transform(FftKind::ForwardComplexForm, src, dst, spec, work);
+  return transform(FftKind::ForwardComplexForm, src, dst, fftObj, work);
 }
-VspStatus fftForwardHalfComplex(const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus fftForwardHalfComplex(const float* src, float* dst, const VspFftSpec_32f* fftObj,
                                 void* work) {
-  return transform(FftKind::ForwardHalfComplex, src, dst, spec, work);
+  return transform(FftKind::ForwardHalfComplex, src, dst, fftObj, work);
 }
-VspStatus fftInverseHalfComplex(const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus fftInverseHalfComplex(const float* src, float* dst, const VspFftSpec_32f* fftObj,
                                 void* work) {
-  return transform(FftKind::InverseHalfComplex, src, dst, spec, work);
+  return transform(FftKind::InverseHalfComplex, src, dst, fftObj, work);
 }
 
 VspStatus fftMagnitudeOnPath(FftPath path, const float* complexSrc, float* dst, int32_t count) {
@@ -331,10 +331,10 @@ VspStatus fftSpecInitAlloc(VspFftSpec_32f** specOut, int32_t order, int32_t norm
                            int32_t hint) {
   return specInit<Kind32f>(specOut, order, normFlag, hint, nullptr, true);
 }
-VspStatus fftSpecGetWorkSize(const VspFftSpec_32f* spec, int32_t* workSize) {
-  return specGetWorkSize<Kind32f>(spec, workSize);
+VspStatus fftSpecGetWorkSize(const VspFftSpec_32f* fftObj, int32_t* workSize) {
+  return specGetWorkSize<Kind32f>(fftObj, workSize);
 }
-VspStatus fftSpecFree(VspFftSpec_32f* spec) { return specFree<Kind32f>(spec); }
+VspStatus fftSpecFree(VspFftSpec_32f* fftObj) { return specFree<Kind32f>(fftObj); }
 
 VspStatus fftSpecGetSize_16s(int32_t order, int32_t normFlag, int32_t hint, int32_t* specSize,
                              int32_t* initBufferSize, int32_t* workSize) {
@@ -348,36 +348,36 @@ VspStatus fftSpecInitAlloc_16s(VspFftSpec_16s** specOut, int32_t order, int32_t 
                                int32_t hint) {
   return specInit<Kind16s>(specOut, order, normFlag, hint, nullptr, true);
 }
-VspStatus fftSpecGetWorkSize_16s(const VspFftSpec_16s* spec, int32_t* workSize) {
-  return specGetWorkSize<Kind16s>(spec, workSize);
+VspStatus fftSpecGetWorkSize_16s(const VspFftSpec_16s* fftObj, int32_t* workSize) {
+  return specGetWorkSize<Kind16s>(fftObj, workSize);
 }
-VspStatus fftSpecFree_16s(VspFftSpec_16s* spec) { return specFree<Kind16s>(spec); }
+VspStatus fftSpecFree_16s(VspFftSpec_16s* fftObj) { return specFree<Kind16s>(fftObj); }
 
 // ---- The integer front end --------------------------------------------------------------
 
-VspStatus fftForward_16s(const int16_t* src, int32_t* dst, const VspFftSpec_16s* spec,
+VspStatus fftForward_16s(const int16_t* src, int32_t* dst, const VspFftSpec_16s* fftObj,
                          int32_t scaleFactor, void* work) {
-  if (!spec) return vspStatusNullPointer;
-  if (spec->tag != kFftTag16s || !spec->inner || spec->inner->tag != kFftTag32f)
+  if (!fftObj) return vspStatusNullPointer;
+  if (fftObj->tag != kFftTag16s || !fftObj->inner || fftObj->inner->tag != kFftTag32f)
     return vspStatusBadContext;
   if (anyNull(src, dst)) return vspStatusNullPointer;
-  ScratchBlock own(work ? nullptr : vspMalloc(size_t(spec->workSize)));
+  ScratchBlock own(work ? nullptr : vspMalloc(size_t(fftObj->workSize)));
   void* w = work ? work : own.get();
   if (!w) return vspStatusNoMemory;
 
-  const int64_t n = int64_t(1) << spec->order;
+  const int64_t n = int64_t(1) << fftObj->order;
   float* frame = reinterpret_cast<float*>(align32(w));
   for (int64_t i = 0; i < n; ++i) frame[i] = float(src[i]);
-  const VspFftSpec_32f* inner = spec->inner;
-  void* innerWork =
-      inner->workSize > 0
-          ? static_cast<void*>(reinterpret_cast<unsigned char*>(frame) + frameBytes16s(spec->order))
-          : nullptr;
+  const VspFftSpec_32f* inner = fftObj->inner;
+  void* innerWork = inner->workSize > 0
+                        ? static_cast<void*>(reinterpret_cast<unsigned char*>(frame) +
+                                             frameBytes16s(fftObj->order))
+                        : nullptr;
   // The unscaled transform, whatever the object's factor.
   transformWith(pathFor(fftHostPath(), inner->order), FftKind::ForwardComplexForm, frame, frame,
                 inner, innerWork, 1.0f);
   const float f = scale32(scaleFactor);
-  const int64_t count = spec->order == 0 ? 2 : n + 2;
+  const int64_t count = fftObj->order == 0 ? 2 : n + 2;
   for (int64_t i = 0; i < count; ++i) dst[i] = roundEvenSat32(frame[i] * f);
   return vspStatusOk;
 }

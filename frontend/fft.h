@@ -6,11 +6,11 @@
 //
 //   int32_t specSize, initSize, workSize;
 //   fftSpecGetSize(order, normFlag, hint, &specSize, &initSize, &workSize);
-//   VspFftSpec_32f* spec;
-//   fftSpecInit(&spec, order, normFlag, hint, block, nullptr);   // in caller memory
-//     or fftSpecInitAlloc(&spec, order, normFlag, hint);          // vspMalloc, owned
-//   fftForwardComplexForm(src, dst, spec, work);                   // any number of times
-//   fftSpecFree(spec);                                              // both kinds
+//   VspFftSpec_32f* fftObj;
+//   fftSpecInit(&fftObj, order, normFlag, hint, block, nullptr);  // in caller memory
+//     or fftSpecInitAlloc(&fftObj, order, normFlag, hint);        // vspMalloc, owned
+//   fftForwardComplexForm(src, dst, fftObj, work);                // any number of times
+//   fftSpecFree(fftObj);                                          // both kinds
 //
 // - `block` holds specSize bytes; the object is built at its first 32-byte
 //   boundary. Construction needs no temporary buffer (initSize is 0) and an
@@ -73,21 +73,21 @@ VspStatus fftSpecGetSize(int32_t order, int32_t normFlag, int32_t hint, int32_t*
 VspStatus fftSpecInit(VspFftSpec_32f** specOut, int32_t order, int32_t normFlag, int32_t hint,
                       void* specMemory, void* initBuffer);
 VspStatus fftSpecInitAlloc(VspFftSpec_32f** specOut, int32_t order, int32_t normFlag, int32_t hint);
-VspStatus fftSpecGetWorkSize(const VspFftSpec_32f* spec, int32_t* workSize);
+VspStatus fftSpecGetWorkSize(const VspFftSpec_32f* fftObj, int32_t* workSize);
 // Clears the tag and frees the block if the object owns it; a released
 // object (or any other tag) gives vspStatusBadContext.
-VspStatus fftSpecFree(VspFftSpec_32f* spec);
+VspStatus fftSpecFree(VspFftSpec_32f* fftObj);
 
 // ---- Float transforms -------------------------------------------------------
 //
-// Checks: null spec, then its tag (vspStatusBadContext), then null src or
+// Checks: null fftObj, then its tag (vspStatusBadContext), then null src or
 // dst; vspStatusNoMemory if work is null and the call's own allocation fails.
 
-VspStatus fftForwardComplexForm(const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus fftForwardComplexForm(const float* src, float* dst, const VspFftSpec_32f* fftObj,
                                 void* work);
-VspStatus fftForwardHalfComplex(const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus fftForwardHalfComplex(const float* src, float* dst, const VspFftSpec_32f* fftObj,
                                 void* work);
-VspStatus fftInverseHalfComplex(const float* src, float* dst, const VspFftSpec_32f* spec,
+VspStatus fftInverseHalfComplex(const float* src, float* dst, const VspFftSpec_32f* fftObj,
                                 void* work);
 
 // dst[k] = float(sqrt(double(re)^2 + double(im)^2)) over `count` pairs of
@@ -102,13 +102,13 @@ VspStatus fftSpecInit_16s(VspFftSpec_16s** specOut, int32_t order, int32_t normF
                           void* specMemory, void* initBuffer);
 VspStatus fftSpecInitAlloc_16s(VspFftSpec_16s** specOut, int32_t order, int32_t normFlag,
                                int32_t hint);
-VspStatus fftSpecGetWorkSize_16s(const VspFftSpec_16s* spec, int32_t* workSize);
-VspStatus fftSpecFree_16s(VspFftSpec_16s* spec);
+VspStatus fftSpecGetWorkSize_16s(const VspFftSpec_16s* fftObj, int32_t* workSize);
+VspStatus fftSpecFree_16s(VspFftSpec_16s* fftObj);
 
 // N samples to the complex form in 32 bits: the unscaled transform times
 // 2^(-scaleFactor), rounded to nearest (ties to even) and saturated. N + 2
 // values. Always needs work memory (workSize of the object).
-VspStatus fftForward_16s(const int16_t* src, int32_t* dst, const VspFftSpec_16s* spec,
+VspStatus fftForward_16s(const int16_t* src, int32_t* dst, const VspFftSpec_16s* fftObj,
                          int32_t scaleFactor, void* work);
 
 // Magnitudes of `count` 32-bit pairs, in double, times 2^(-scaleFactor):
@@ -130,7 +130,7 @@ enum class FftKind : int { ForwardComplexForm, ForwardHalfComplex, InverseHalfCo
 // on the stack or vspMalloc'd scratch. vspStatusBadSize if the path cannot
 // serve the length.
 VspStatus fftTransformOnPath(FftPath path, FftKind kind, const float* src, float* dst,
-                             const VspFftSpec_32f* spec);
+                             const VspFftSpec_32f* fftObj);
 // fftMagnitude on a chosen path (any count on any path).
 VspStatus fftMagnitudeOnPath(FftPath path, const float* complexSrc, float* dst, int32_t count);
 

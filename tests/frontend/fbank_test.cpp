@@ -232,11 +232,11 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
       std::vector<int16_t> x16(size_t(mc.n));
       rng.fill(x16.data(), x16.size(), [&] { return rng.s16(-amplitude, amplitude); });
       std::vector<int32_t> x(x16.begin(), x16.end()), cf(size_t(mc.n) + 2);
-      VspFftSpec_16s* spec = nullptr;
-      ASSERT_EQ(vsp::fftSpecInitAlloc_16s(&spec, order, 8, 0), vspStatusOk);
-      ASSERT_EQ(vsp::fftForward_16s(x16.data(), cf.data(), spec, -3, nullptr), vspStatusOk);
+      VspFftSpec_16s* fftObj = nullptr;
+      ASSERT_EQ(vsp::fftSpecInitAlloc_16s(&fftObj, order, 8, 0), vspStatusOk);
+      ASSERT_EQ(vsp::fftForward_16s(x16.data(), cf.data(), fftObj, -3, nullptr), vspStatusOk);
       ASSERT_EQ(time ? vsp::fftMagnitudeScaled_32s(cf.data(), x.data(), mc.n / 2 + 1, -3) : 0, 0);
-      vsp::fftSpecFree_16s(spec);
+      vsp::fftSpecFree_16s(fftObj);
       for (int sf : {-14, 0, 3, -20, 50}) {
         SCOPED_TRACE(testing::Message() << "sf " << sf << " amplitude " << amplitude);
         const int64_t shift = int64_t(sf) + 14 + (time ? 6 : 0);

@@ -88,12 +88,12 @@ TEST(Fft, MagnitudeIsTheDoubleFormulaExactlyOnEveryPath) {
 }
 
 TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
-  int32_t spec = 0, init = -1, work = -1;
+  int32_t fftObj = 0, init = -1, work = -1;
   for (int order : {5, 12}) {
-    ASSERT_EQ(vsp::fftSpecGetSize(order, 8, 0, &spec, &init, &work), vspStatusOk);
+    ASSERT_EQ(vsp::fftSpecGetSize(order, 8, 0, &fftObj, &init, &work), vspStatusOk);
     // Exactly the reported bytes, one past a 32-byte boundary: the object's
     // own alignment takes all of its slack.
-    Guarded<unsigned char> block(size_t(spec), 1), w(size_t(work), 5);
+    Guarded<unsigned char> block(size_t(fftObj), 1), w(size_t(work), 5);
     VspFftSpec_32f* s = nullptr;
     ASSERT_EQ(vsp::fftSpecInit(&s, order, 8, 0, block.data(), nullptr), vspStatusOk);
     const std::vector<float> x = frame(size_t(1) << order, 5);
@@ -118,7 +118,7 @@ TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
       1);
   EXPECT_EQ(vsp::fftSpecFree(s), vspStatusOk);
   for (int order : {-1, 28, 31})
-    EXPECT_EQ(vsp::fftSpecGetSize(order, 3, 0, &spec, &init, &work), vspStatusBadTransformOrder);
+    EXPECT_EQ(vsp::fftSpecGetSize(order, 3, 0, &fftObj, &init, &work), vspStatusBadTransformOrder);
   for (int flag : {0, 3, 5, 16, -1})
     EXPECT_EQ(vsp::fftSpecInitAlloc(&s, 5, flag, 0), vspStatusBadTransformFlag);
   EXPECT_EQ(vsp::fftSpecInit(&s, 5, 8, 0, nullptr, nullptr), vspStatusNullPointer);
