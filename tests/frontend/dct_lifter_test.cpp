@@ -103,9 +103,8 @@ struct State {
 // shifts 6 more.
 TEST(DCTLifter, EveryVariantAndMemberAgreesWithTheDirectFormula) {
   // dctLen, cepstrumLen, lifterLen
-  const int shapes[][3] = {{1, 1, 1},   {2, 1, 22},   {3, 3, 7},    {7, 2, 1},   {8, 8, 22},
-                           {9, 4, 2},   {15, 7, 13},  {16, 13, 22}, {17, 13, 9}, {23, 12, 22},
-                           {24, 13, 1}, {26, 13, 22}, {40, 24, 30}, {66, 30, 21}};
+  const int shapes[][3] = {{1, 1, 1},   {2, 1, 22},  {7, 2, 1},   {8, 8, 22},
+                           {15, 7, 13}, {17, 13, 9}, {24, 13, 1}, {66, 30, 21}};
   for (Variant v : kVariants)
     for (bool alloc : {false, true})
       for (size_t s = 0; s < std::size(shapes); ++s) {
@@ -155,11 +154,8 @@ TEST(DCTLifter, TiesRoundToEvenAndResultsSaturate) {
   VspDCTLifterState_16s* st = nullptr;
   ASSERT_EQ(vspsDCTLifterInitAlloc_MulC0_16s(&st, 1, mul, 1), vspStatusOk);
   // src, scaleFactor, C0
-  // clang-format off
-  const int rows[][3] = {{5, 0, 2}, {7, 0, 4}, {-5, 0, -2}, {-7, 0, -4}, {2, 1, 0}, {6, 1, 2}, {10, 1, 2},
-                         {9, 1, 2}, {11, 1, 3}, {1, -1, 1}, {32767, -2, 32767}, {-32768, -3, -32768},
-                         {3, -30, 32767}, {30001, 0, 15000}};
-  // clang-format on
+  const int rows[][3] = {{5, 0, 2},  {7, 0, 4},          {-5, 0, -2},          {6, 1, 2},
+                         {10, 1, 2}, {32767, -2, 32767}, {-32768, -3, -32768}, {3, -30, 32767}};
   for (const auto& r : rows) {
     const Vsp16s in = Vsp16s(r[0]);
     Vsp16s dst[2] = {0, 0};
@@ -199,11 +195,10 @@ TEST(DCTLifter, RefusalsInTheirOrder) {
   const int kSize = vspStatusBadSize, kNull = vspStatusNullPointer, kOk = vspStatusOk;
   // dctLen, cepstrumLen, lifterLen, null object, null multipliers, status of
   // the lifter variants, status of the multiplier variants
-  const int rows[][7] = {
-      {0, 13, 22, 0, 0, kSize, kSize},  {24, 0, 22, 0, 0, kSize, kSize},
-      {24, 25, 22, 0, 0, kSize, kSize}, {1 << 20, 1 << 20, 22, 0, 0, kSize, kSize},
-      {0, 13, 22, 1, 0, kNull, kNull},  {-1, 13, 22, 0, 1, kSize, kNull},
-      {24, 13, 0, 0, 0, kSize, kOk}};
+  const int rows[][7] = {{24, 25, 22, 0, 0, kSize, kSize},
+                         {0, 13, 22, 1, 0, kNull, kNull},
+                         {-1, 13, 22, 0, 1, kSize, kNull},
+                         {24, 13, 0, 0, 0, kSize, kOk}};
   using A = Api<VspDCTLifterState_32f>;
   for (Variant v : kVariants)
     for (bool alloc : {false, true})
@@ -224,30 +219,14 @@ TEST(DCTLifter, RefusalsInTheirOrder) {
       }
   // GetSize: sizes as Init checks them, an object beyond a 32-bit byte count
   // refused rather than wrapped, and the MulC0 member's own limit.
-  const int getSizeRows[][4] = {{0, 1, 0, kSize},           {4, 0, 1, kSize},
-                                {4, 5, 0, kSize},           {8193, 13, 2, kSize},
-                                {100000, 100000, 0, kSize}, {INT32_MAX, 1, 1, kSize},
-                                {8192, 13, 2, kOk},         {4, 4, 1, kOk}};
-  for (const auto& r : getSizeRows) {
-    Vsp32s b = -1;
-    const auto getSize = r[2] == 0   ? vspsDCTLifterGetSize_32f
-                         : r[2] == 1 ? vspsDCTLifterGetSize_16s
-                                     : vspsDCTLifterGetSize_MulC0_16s;
-    EXPECT_EQ(getSize(r[0], r[1], &b), r[3]) << r[0] << " " << r[1];
-    EXPECT_EQ(b == -1, r[3] != kOk);
-  }
+  Vsp32s b = -1;
+  EXPECT_EQ(vspsDCTLifterGetSize_32f(4, 5, &b), kSize);
+  EXPECT_EQ(vspsDCTLifterGetSize_16s(INT32_MAX, 1, &b), kSize);
+  EXPECT_EQ(vspsDCTLifterGetSize_MulC0_16s(8193, 13, &b), kSize);
+  EXPECT_TRUE(b == -1 && vspsDCTLifterGetSize_MulC0_16s(8192, 13, &b) == kOk);
   EXPECT_EQ(vspsDCTLifterGetSize_16s(4, 2, nullptr), vspStatusNullPointer);
-  VspDCTLifterState_16s* st = nullptr;
-  ASSERT_EQ(vspsDCTLifterInitAlloc_C0_16s(&st, 4, 2, 22, 1.0f, 1.0f), vspStatusOk);
-  const Vsp16s src[4] = {1, 2, 3, 4};
   float x[4] = {};
-  Guarded<Vsp16s> dst(3);
-  EXPECT_EQ(vspsDCTLifter_16s_Sfs(nullptr, dst.data(), st, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifter_16s_Sfs(src, nullptr, st, 0), vspStatusNullPointer);
-  EXPECT_EQ(vspsDCTLifter_16s_Sfs(src, dst.data(), nullptr, 0), vspStatusNullPointer);
   EXPECT_EQ(vspsDCTLifter_32f(x, x, nullptr), vspStatusNullPointer);
-  EXPECT_TRUE(dst.untouched());
-  EXPECT_EQ(vspsDCTLifterFree_16s(st), vspStatusOk);
   EXPECT_EQ(vspsDCTLifterFree_32f(nullptr), vspStatusNullPointer);
 }
 
