@@ -175,9 +175,7 @@ TEST(GaussBlock, MaxKeepsTheDestinationOnATie) {
 TEST(GaussBlock, RefusalsStepThenPointersThenSizes) {
   // clang-format off
   expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGauss_32f_D2(a.p(0, a.f), a.step, a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1], 0); });
-  expectOrder(Order::StepPtrSize, 3, 2, [](Args& a) { return vspsLogGaussMax_IdVarLow_16s32s_D2Sfs(a.p(0, a.s), a.step, a.p(1, a.s), a.n[0], a.p(2, a.i), a.n[1], 0, 0); });
   expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussAdd_LowScaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.f), a.n[1], 0, 0); });
-  expectOrder(Order::PtrSize, 3, 2, [](Args& a) { return vspsLogGauss_IdVar_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.n[0], a.p(2, a.f), a.n[1], 0); });
   // clang-format on
 }
 

@@ -135,17 +135,9 @@ TEST(GaussMixtureSelect, AgainstTheSingleObservationKernels) {
 TEST(GaussMixture, RefusalsInEachMembersOrder) {
   // clang-format off
   expectOrder(Order::PtrStepSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_32f_D2(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.n[1], a.step, a.n[0], a.p(3, a.f), a.p(4, a.f)); });
-  expectOrder(Order::PtrStepSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_64f_D2(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.n[1], a.step, a.n[0], a.p(3, a.d), a.p(4, a.d)); });
-  expectOrder(Order::PtrStepSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVar_32f_D2(a.p(0, a.f), a.p(1, a.f), a.n[1], a.step, a.n[0], a.p(2, a.f), a.p(3, a.f)); });
-  expectOrder(Order::PtrStepSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVar_64f_D2(a.p(0, a.d), a.p(1, a.d), a.n[1], a.step, a.n[0], a.p(2, a.d), a.p(3, a.d)); });
   expectOrder(Order::StepPtrSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_Scaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[1], a.step, a.n[0], a.p(3, a.f), a.p(4, a.f), 0); });
-  expectOrder(Order::StepPtrSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_LowScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[1], a.step, a.n[0], a.p(3, a.f), a.p(4, a.f), 0); });
-  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVarScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.n[1], a.step, a.n[0], a.p(2, a.f), a.p(3, a.f), 0); });
-  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVarLowScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.n[1], a.step, a.n[0], a.p(2, a.f), a.p(3, a.f), 0); });
   expectOrder(Order::PtrSize, 5, 2, [](Args& a) { return vspsLogGaussMixture_32f_D2L(a.p(0, a.f), a.p(1, a.fr), a.p(2, a.fr), a.n[1], a.n[0], a.p(3, a.f), a.p(4, a.f)); });
-  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsLogGaussMixture_IdVarLowScaled_16s32f_D2L(a.p(0, a.s), a.p(1, a.sr), a.n[1], a.n[0], a.p(2, a.f), a.p(3, a.f), 0); });
   expectOrder(Order::PtrSizeStep, 6, 3, [](Args& a) { return vspsLogGaussMixture_Select_32f_D2(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.step, a.n[0], a.p(3, a.f), a.p(4, a.u), a.n[1], a.p(5, a.f), a.n[2], 0); });
-  expectOrder(Order::PtrSizeStep, 5, 3, [](Args& a) { return vspsLogGaussMixture_SelectIdVarScaled_16s32f_D2(a.p(0, a.s), a.p(1, a.s), a.step, a.n[0], a.p(2, a.f), a.p(3, a.u), a.n[1], a.p(4, a.f), a.n[2], 0, 0); });
   expectOrder(Order::PtrSize, 6, 3, [](Args& a) { return vspsLogGaussMixture_SelectScaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.sr), a.p(2, a.sr), a.n[0], a.p(3, a.f), a.p(4, a.u), a.n[1], a.p(5, a.f), a.n[2], 0, 0); });
   // clang-format on
   Args a;

@@ -62,12 +62,11 @@ TEST(LogGaussSingleInt, ExactShiftSaturationAndWrap) {
     int32_t g;
     int sf;
   } cases[] = {// clang-format off
-      {{7}, {3}, {5}, 100, 0},         {{7, -2}, {3, 5}, {5, 9}, 100, -1}, {{7, -2}, {3, 5}, {5, 9}, 100, -2},
-      {a, b, {1000, 2000}, -5, 40},    {a, b, {1000, 2000}, -5, 64 + 3},   {{32767}, {-32768}, {32767}, 0, -40},
-      {{1}, {0}, {-1}, 10, 0},         {{1}, {0}, {1}, 10, 0},             {{0}, {0}, {0}, INT32_MAX, 3},
-      {big, low, big, -100, 0},        {big, low, big, 12345, 24},         {big, low, low, 100, 2},
-      {s3, m3, {3, 7, 100}, 50, 0},    {s3, m3, {-3, 7, 100}, 50, -16},    {s3, m3, {3, -7, 100}, 50, -20},
-      {hi, lo, {1, 1}, 0, 15},         {hi, lo, {1, 1}, -9, 20},           {{1, 2, 3}, {0, 0, 0}, {2, 2, 2}, 1, 3}};
+      {{7, -2}, {3, 5}, {5, 9}, 100, -1}, {a, b, {1000, 2000}, -5, 40},    {a, b, {1000, 2000}, -5, 64 + 3},
+      {{32767}, {-32768}, {32767}, 0, -40}, {{1}, {0}, {-1}, 10, 0},         {{1}, {0}, {1}, 10, 0},
+      {{0}, {0}, {0}, INT32_MAX, 3},      {big, low, big, -100, 0},        {big, low, big, 12345, 24},
+      {big, low, low, 100, 2},            {s3, m3, {3, 7, 100}, 50, 0},    {s3, m3, {-3, 7, 100}, 50, -16},
+      {s3, m3, {3, -7, 100}, 50, -20},    {hi, lo, {1, 1}, 0, 15},         {hi, lo, {1, 1}, -9, 20}};
   // clang-format on
   for (const auto& c : cases) {
     const int n = int(c.s.size());
@@ -240,19 +239,13 @@ TEST(LogGaussSingle, RefusalsPointersThenSize) {
   const Order o = Order::PtrSize;
   expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), 0); });
   expectOrder(o, 3, 1, [](Args& a) { return vspsLogGaussSingle_IdVarLow_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.n[0], a.p(2, a.i), 0, 0); });
-  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_DirectVar_64f(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.n[0], a.p(3, a.d), 0); });
   expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), 0, 0); });
   expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_BlockDVar_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, bm->o32), a.n[0], a.p(3, a.f), 0); });
-  expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_BlockDVarScaled_16s32f(a.p(0, a.s), a.p(1, a.s), a.p(2, bm->o16), a.n[0], a.p(3, a.f), 0, 0); });
-  expectOrder(o, 4, 1, [](Args& a) { return vspsMahDistSingle_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), 0); });
   // A zero variance, even the last, stops a direct-variance member with
   // nothing written.
   for (VspStatus (*fn)(Args&) : {
            +[](Args& a) { return vspsLogGaussSingle_DirectVar_32f(a.f, a.f, a.f + 8, a.n[0], a.f + 24, 0); },
-           +[](Args& a) { return vspsLogGaussSingle_DirectVar_32f64f(a.f, a.f, a.f + 8, a.n[0], a.d + 24, 0); },
-           +[](Args& a) { return vspsLogGaussSingle_DirectVar_64f(a.d, a.d, a.d + 8, a.n[0], a.d + 24, 0); },
-           +[](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.s, a.s, a.s + 8, a.n[0], a.i, 0, 0); },
-           +[](Args& a) { return vspsLogGaussSingle_DirectVarScaled_16s32f(a.s, a.s, a.s + 8, a.n[0], a.f + 24, 0, 0); }}) {
+           +[](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.s, a.s, a.s + 8, a.n[0], a.i, 0, 0); }}) {
     Args::fn = fn;
     expectRefusals<Args>({{"zero variance", [](Args& a) { a.f[12] = a.d[12] = a.s[12] = 0; }, vspWarningDivideByZero}});
   }

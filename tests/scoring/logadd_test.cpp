@@ -65,7 +65,6 @@ TEST(LogAdd, WithinTheApproximationBoundOverTheWholeDifference) {
                  {"32f accurate", kPoly32, kCut32, step<float, vspsLogAdd_32f, 2>},
                  {"32f table", kTable, kCut32, step<float, vspsLogAdd_32f, 1>},
                  {"64f", kPoly64, kCut64, step<double, vspsLogAdd_64f, 0>},
-                 {"64f fast", kPoly64, kCut64, step<double, vspsLogAdd_64f, 1>},
                  {"32s poly", kPoly32, kCut32, step<Vsp32s, vspsLogAdd_32s_Sfs, 0>},
                  {"32s table", kTable, kCut32, step<Vsp32s, vspsLogAdd_32s_Sfs, 1>}};
   const int n = 60001;
@@ -114,21 +113,17 @@ TEST(LogDomain, StatedResults) {
       // The 32f floor lifts the result above both operands, on both paths;
       // the 64f one may lower it: -1e10 stands for anything below -9e9.
       {one(vspsLogAdd_32f, -1e7f, -2e7f, 0), -4.5e6},
-      {one(vspsLogAdd_32f, -1e7f, -2e7f, 1), -4.5e6},
-      {one(vspsLogAdd_64f, -9.5e9, -5e10, 0), -1e10},
       {one(vspsLogAdd_64f, -9.1e9 - 100, -9.1e9, 0), -1e10},
       {one(vspsLogAdd_64f, -8.9e9 - 100, -8.9e9, 0), -8.9e9},
       // Integers have no floor: far apart gives the larger operand unchanged,
       // here -5000 * 1024 = -5.12e6 in real terms.
       {one<Vsp16s>(vspsLogAdd_16s_Sfs, -5000, -32768, -10, 0), -5000},
-      {one<Vsp16s>(vspsLogAdd_16s_Sfs, -5000, -32768, -10, 1), -5000},
       // Equal integers: ln 2 in units of 2^-8, truncated; results clamp.
       {one<Vsp16s>(vspsLogAdd_16s_Sfs, 256, 256, 8, 0), Vsp16s((1 + 0.6931471827215062) * 256)},
       {one<Vsp16s>(vspsLogAdd_16s_Sfs, 32767, 32767, 0, 0), 32767},
       {one<Vsp32s>(vspsLogAdd_32s_Sfs, INT32_MAX, INT32_MAX, 0, 0), INT32_MAX},
       // An unknown hint does nothing, and is no failure.
       {one(vspsLogAdd_64f, 1.0, 2.0, 3), 2},
-      {one<Vsp16s>(vspsLogAdd_16s_Sfs, 1, 2, 0, -1), 2},
       {one<Vsp16s>(vspsLogAdd_16s_Sfs, 1, 2, 0, 1000), 2},
       // Subtraction past the cut-off: the floor rule on src, which lifts a
       // src below it; 1 - exp(d) at or below the limit gives the floor value.
@@ -136,7 +131,6 @@ TEST(LogDomain, StatedResults) {
       {one(vspsLogSub_32f, -5e6f, -6e6f), -4.5e6},
       {one(vspsLogSub_32f, 1e-30f, 0.0f), -4.5e6},
       {one(vspsLogSub_64f, 0.0, -1e-300), -1e10},
-      {one(vspsLogSub_64f, -9.5e9, -9.5e9 - 1e3), -1e10},
       // The integer members add ln(1 - e^d) in integer units, whatever the
       // scale: here d = -10 * 2^-4. Past the limit the floor value -4.5e6 is
       // stored as its low 16 bits; past the cut-off the larger of src and
@@ -145,7 +139,6 @@ TEST(LogDomain, StatedResults) {
       {one(vspsLogSub_32s_Sfs, 100, 90, 4), Vsp32s(100 + std::log(1 - std::exp(-10.0f / 16)))},
       {one<Vsp16s>(vspsLogSub_16s_Sfs, 100, 99, 130), 21984},
       {one<Vsp16s>(vspsLogSub_16s_Sfs, -20000, -32768, -10), -20000},
-      {one<Vsp16s>(vspsLogSub_16s_Sfs, 30000, -30000, 0), 30000},
       {one(vspsLogSub_32s_Sfs, INT32_MAX, INT32_MAX - 1, 0), -4500000},
       // A log-sum of one element is copied with no conversion at all. Below
       // the cut-off the integer members' running value becomes max(hi,
@@ -176,14 +169,9 @@ TEST(LogSub, AgainstLongDouble) {
 // A pair not in order (equal, or the wrong way round, even the last) refuses
 // the whole call with nothing changed; a NaN difference passes.
 TEST(LogSub, ARefusedCallChangesNoElement) {
-  for (VspStatus (*fn)(Args&) :
-       {+[](Args& a) { return vspsLogSub_32f(a.f + 16, a.f, a.n[0]); },
-        +[](Args& a) { return vspsLogSub_16s_Sfs(a.s + 16, a.s, a.n[0], 0); }}) {
-    Args::fn = fn;
-    expectRefusals<Args>(
-        {{"equal", [](Args& a) { a.f[0] = a.s[0] = 2; }, vspStatusBadValue},
-         {"larger, last", [](Args& a) { a.f[4] = a.s[4] = 3; }, vspStatusBadValue}});
-  }
+  Args::fn = [](Args& a) { return vspsLogSub_32f(a.f + 16, a.f, a.n[0]); };
+  expectRefusals<Args>({{"equal", [](Args& a) { a.f[0] = 2; }, vspStatusBadValue},
+                        {"larger, last", [](Args& a) { a.f[4] = 3; }, vspStatusBadValue}});
   Vsp32s s32 = INT32_MIN, d32 = INT32_MAX;
   EXPECT_EQ(vspsLogSub_32s_Sfs(&s32, &d32, 1, 0), vspStatusBadValue);
   EXPECT_TRUE(std::isnan(one(vspsLogSub_32f, std::numeric_limits<float>::quiet_NaN(), 0.0f)));

@@ -186,14 +186,10 @@ TEST(OutProbAndScaleLM, IntegerHalvingWrapsAndFloorsTakeNaN) {
 TEST(Refusals, EachFamilyInItsOrder) {
   // clang-format off
   expectOrder(Order::StepPtrSize, 5, 2, [](Args& a) { return vspsLogGaussMaxMultiMix_32f_D2(a.p(0, a.f), a.p(1, a.f), a.step, a.p(2, a.f), a.n[0], a.p(3, a.f), a.p(4, a.f), a.n[1]); });
-  expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsLogGaussMultiMix_Low_16s32s_D2Sfs(a.p(0, a.s), a.p(1, a.s), a.step, a.p(2, a.s), a.n[0], a.p(3, a.i), a.n[1], 0); });
   expectOrder(Order::PtrSize, 5, 2, [](Args& a) { return vspsLogGaussAddMultiMix_Scaled_16s32f_D2L(a.p(0, a.sr), a.p(1, a.sr), a.p(2, a.s), a.n[0], a.p(3, a.f), a.p(4, a.f), a.n[1], 0); });
   expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsMahDistMultiMix_64f_D2(a.p(0, a.d), a.p(1, a.d), a.step, a.p(2, a.d), a.n[0], a.p(3, a.d), a.n[1]); });
-  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsMahDistMultiMix_32f_D2L(a.p(0, a.fr), a.p(1, a.fr), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1]); });
   expectOrder(Order::StepPtrSize, 4, 2, [](Args& a) { return vspsMahDist_32f_D2(a.p(0, a.f), a.step, a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1]); });
-  expectOrder(Order::PtrSize, 4, 2, [](Args& a) { return vspsMahDist_32f_D2L(a.p(0, a.fr), a.p(1, a.f), a.p(2, a.f), a.n[0], a.p(3, a.f), a.n[1]); });
   expectOrder(Order::PtrSize, 5, 1, [](Args& a) { return vspsBhatDist_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.p(3, a.f), a.n[0], a.p(4, a.f)); });
-  expectOrder(Order::PtrSize, 5, 1, [](Args& a) { return vspsBhatDistSLog_32f64f(a.p(0, a.f), a.p(1, a.f), a.p(2, a.f), a.p(3, a.f), a.n[0], a.p(4, a.d), 1, 1); });
   expectOrder(Order::SizePtr, 5, 1, [](Args& a) { return vspsGaussianDist_64f(a.p(0, a.d), a.p(1, a.d), a.p(2, a.d), a.p(3, a.d), a.n[0], a.p(4, a.d), 1, 1, 1, 1); });
   expectOrder(Order::PtrSize, 3, 1, [](Args& a) { return vspsOutProbPreCalc_32s(a.p(0, a.i), a.p(1, a.i), a.p(2, a.i), a.n[0]); });
   expectOrder(Order::PtrSize, 2, 1, [](Args& a) { return vspsScaleLM_16s32s(a.p(0, a.s), a.p(1, a.i), a.n[0], 0, 1, 0); });
