@@ -83,7 +83,10 @@ VspStatus selectRun(Rows frames, Rows means, Rows vars, int32_t width, const flo
       if ((column[f * rowBytes] & mask) == 0) continue;
       const float score =
           Finish::apply(sumSqOf<float>(tier, frames[f], mean, var, width), gConsts[m], sf);
-      dst[f] = hits[f] == 0 ? score : float(logadd::add32(double(score), double(dst[f])));
+      if (hits[f] == 0)
+        dst[f] = score;
+      else if (!logadd::keepsRun<logadd::Poly32, logadd::FloorMax32>(dst[f], score))
+        dst[f] = float(logadd::add32(double(score), double(dst[f])));
       hits[f] = low16(int32_t(hits[f]) + 1);
     }
   }

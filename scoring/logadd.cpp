@@ -45,6 +45,9 @@ struct Scaled32 {
 template <class Poly, class Floor>
 struct PolyPath {
   static double step(double a, double b) { return logadd::pairStep<Poly, Floor>(a, b); }
+  static double fold(double run, double x) {
+    return logadd::keepsRun<Poly, Floor>(run, x) ? run : step(run, x);
+  }
 };
 struct TablePathReal {
   static double step(double a, double b) { return logadd::tableStepReal(a, b); }
@@ -89,7 +92,7 @@ VspStatus logSum(const typename E::T* src, typename E::T* dst, int32_t len, int3
   const double s = scale64(sf);
   double run = E::in(src[0], s);
   for (int32_t i = 1; i < len; ++i) {
-    run = Step::step(run, E::in(src[i], s));
+    run = Step::fold(run, E::in(src[i], s));
     if (RoundRun) run = double(float(run));
   }
   dst[0] = E::out(run, s);

@@ -150,9 +150,28 @@ VSP_ALWAYS_INLINE V pairStep(V a, V b) {
   return select(cut, floored, sum);
 }
 
+// Whether the step of a running value r and a new value x (in either order)
+// gives r itself: x lies below r by more than the cut-off, so that r is hi
+// and the step returns the floor rule's value, and the floor leaves r as it
+// is (a NaN on either side never qualifies). A fold tests this before it
+// steps: a run of such values then forms no new running value, and the
+// chain of dependent arithmetic that each step would add to the next is
+// gone, with the same bits as a result.
+template <class P, class Floor>
+VSP_ALWAYS_INLINE bool keepsRun(double r, double x) {
+  return r - x > -P::kCut && Floor::apply(r) == r;
+}
+
 // The two steps the scoring families apply to their scores.
 VSP_ALWAYS_INLINE double add32(double a, double b) { return pairStep<Poly32, FloorMax32>(a, b); }
 VSP_ALWAYS_INLINE double add64(double a, double b) { return pairStep<Poly64, Floor64>(a, b); }
+// The same as folds into a running value r: add32(r, x) and add64(r, x).
+VSP_ALWAYS_INLINE double fold32(double r, double x) {
+  return keepsRun<Poly32, FloorMax32>(r, x) ? r : add32(r, x);
+}
+VSP_ALWAYS_INLINE double fold64(double r, double x) {
+  return keepsRun<Poly64, Floor64>(r, x) ? r : add64(r, x);
+}
 
 // ---- The table path ------------------------------------------------------------------
 //

@@ -195,6 +195,21 @@ TEST(LogSum, FoldOfThePairStep) {
     EXPECT_EQ(bits(got), bits(run)) << len;
     EXPECT_NEAR(got64, double(ref), len * (kPoly64 + std::exp(kCut64) + 4 * ulp(got64))) << len;
   }
+  // Runs that sink to and below each floor, with values far apart (where
+  // the running value passes through unchanged) and close together: the
+  // fold equals the chain of one-element log-adds in both precisions.
+  for (double base : {-4.5e6, -9e9, -1e10}) {
+    std::vector<double> v(40);
+    for (size_t i = 0; i < v.size(); ++i)
+      v[i] = base * (1 + 0.1 * double(i % 3)) + rng.uniform(-40, 40) * (i % 2 ? 1 : 1e-3);
+    const std::vector<float> v32(v.begin(), v.end());
+    float run = v32[0];
+    double run64 = v[0];
+    for (size_t i = 1; i < v.size(); ++i)
+      run = one(vspsLogAdd_32f, run, v32[i], 0), run64 = one(vspsLogAdd_64f, run64, v[i], 0);
+    EXPECT_EQ(bits(sumOf(vspsLogSum_32f, v32)), bits(run)) << base;
+    EXPECT_EQ(bits(sumOf(vspsLogSum_64f, v)), bits(run64)) << base;
+  }
 }
 
 // ---- Checks: size first, then pointers -----------------------------------------------
