@@ -18,51 +18,42 @@ constexpr float kMul = 1127.0f, kDiv = 700.0f;
 
 double melOf(double f) { return kMul * std::log(1 + f / kDiv); }
 
+// The members of the float and the 16-bit bank that share a signature.
+// clang-format off
+template <class S> struct Api;
+#define VSP_FBANK_API(T, Sample, EVAL) template <> struct Api<VspFBankState_##T> {           \
+    using X = Sample;                                                                          \
+    static VspStatus eval(const X* x, X* y, VspFBankState_##T* s) { return EVAL; }             \
+    static constexpr auto getSize = vspsMelFBankGetSize_##T;                                   \
+    static constexpr auto init = vspsMelFBankInit_##T;                                         \
+    static constexpr auto mel = vspsMelFBankInitAlloc_##T;                                     \
+    static constexpr auto melLin = vspsMelLinFBankInitAlloc_##T;                               \
+    static constexpr auto empty = vspsEmptyFBankInitAlloc_##T;                                 \
+    static constexpr auto getCentres = vspsFBankGetCenters_##T;                                \
+    static constexpr auto setCentres = vspsFBankSetCenters_##T;                                \
+    static constexpr auto getWeights = vspsFBankGetCoeffs_##T;                                 \
+    static constexpr auto setWeights = vspsFBankSetCoeffs_##T;                                 \
+    static constexpr auto release = vspsFBankFree_##T; };
+VSP_FBANK_API(32f, float, vspsEvalFBank_32f(x, y, s))
+VSP_FBANK_API(16s, Vsp16s, vspsEvalFBank_16s_Sfs(x, y, s, 0))
+#undef VSP_FBANK_API
+// clang-format on
+
 // The centres, and each filter's weights over bins c[j-1] .. c[j+1] in one
 // run (rising side, then falling side), as the Get functions give them.
 struct BankRead {
   std::vector<int32_t> c;
   std::vector<std::vector<float>> w;
+  template <class S>
+  explicit BankRead(const S* s) : c(size_t(s->filterCount) + 2) {
+    EXPECT_EQ(Api<S>::getCentres(s, c.data()), vspStatusOk);
+    for (int j = 1; j <= s->filterCount; ++j) {
+      w.emplace_back(size_t(std::max(c[j + 1] - c[j - 1] + 1, 0)));
+      EXPECT_EQ(Api<S>::getWeights(s, j, w.back().data()), vspStatusOk);
+    }
+  }
   float at(int j, int k) const { return w[size_t(j) - 1][size_t(k - c[size_t(j) - 1])]; }
 };
-// The members of the float and the 16-bit bank that share a signature.
-template <class S>
-struct Api;
-#define VSP_FBANK_API(T, Sample)                                 \
-  template <>                                                    \
-  struct Api<VspFBankState_##T> {                                \
-    using X = Sample;                                            \
-    static constexpr auto getSize = vspsMelFBankGetSize_##T;     \
-    static constexpr auto init = vspsMelFBankInit_##T;           \
-    static constexpr auto mel = vspsMelFBankInitAlloc_##T;       \
-    static constexpr auto melLin = vspsMelLinFBankInitAlloc_##T; \
-    static constexpr auto empty = vspsEmptyFBankInitAlloc_##T;   \
-    static constexpr auto getCentres = vspsFBankGetCenters_##T;  \
-    static constexpr auto setCentres = vspsFBankSetCenters_##T;  \
-    static constexpr auto getWeights = vspsFBankGetCoeffs_##T;   \
-    static constexpr auto setWeights = vspsFBankSetCoeffs_##T;   \
-    static constexpr auto release = vspsFBankFree_##T;           \
-  };
-VSP_FBANK_API(32f, float)
-VSP_FBANK_API(16s, Vsp16s)
-#undef VSP_FBANK_API
-VspStatus eval(const float* x, float* y, VspFBankState_32f* s) {
-  return vspsEvalFBank_32f(x, y, s);
-}
-VspStatus eval(const Vsp16s* x, Vsp16s* y, VspFBankState_16s* s) {
-  return vspsEvalFBank_16s_Sfs(x, y, s, 0);
-}
-
-template <class S>
-BankRead readBank(const S* s) {
-  BankRead r{std::vector<int32_t>(size_t(s->filterCount) + 2), {}};
-  EXPECT_EQ(Api<S>::getCentres(s, r.c.data()), vspStatusOk);
-  for (int j = 1; j <= s->filterCount; ++j) {
-    r.w.emplace_back(size_t(std::max(r.c[j + 1] - r.c[j - 1] + 1, 0)));
-    EXPECT_EQ(Api<S>::getWeights(s, j, r.w.back().data()), vspStatusOk);
-  }
-  return r;
-}
 
 // Single precision may fall on the other side of the decision point (an
 // integer when truncating, a half when rounding) only where the double value
@@ -128,8 +119,8 @@ void expectInitLike(S* a, const Case& mc) {
             vspStatusOk);
   std::vector<T> x(size_t(mc.n)), y(size_t(mc.fc)), z(y);
   for (size_t i = 0; i < x.size(); ++i) x[i] = T(int(i * 37 % 601) - 300);
-  EXPECT_TRUE(eval(x.data(), y.data(), s) == 0 && eval(x.data(), z.data(), a) == 0 && y == z);
-  EXPECT_TRUE(readBank(s).w == readBank(a).w && readBank(s).c == readBank(a).c);
+  EXPECT_TRUE(Api<S>::eval(x.data(), y.data(), s) == 0 && Api<S>::eval(x.data(), z.data(), a) == 0);
+  EXPECT_TRUE(y == z && BankRead(s).w == BankRead(a).w && BankRead(s).c == BankRead(a).c);
   EXPECT_TRUE(block.guardsIntact());
 }
 
@@ -168,7 +159,7 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     EXPECT_EQ(1 << order, mc.n);
     if (!mc.lc) expectInitLike(s, mc), expectInitLike(t, mc);
     const bool bins = mc.flags & 2, time = mc.flags & 4;
-    const BankRead f = readBank(s), g = readBank(t);
+    const BankRead f(s), g(t);
     EXPECT_EQ(g.c, f.c);
     // Points in Hz: linear up to linearCount (all of them when it is the
     // filter count, highFreq then playing no part), Mel-spaced above.
@@ -184,7 +175,6 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
       mel[i] = melOf(hz);
       expectCentre(f.c[i], hz * mc.n / mc.sr, bins, i);
     }
-    EXPECT_TRUE(mixed || !mc.lc || f.c[mc.fc + 1] <= int(mc.linHi * mc.n / mc.sr));
     // Float evaluation: near the double sum, and exactly the two sides summed
     // in ascending bin order and then added.
     Rng rng(uint64_t(mc.n) + mc.flags);
@@ -193,8 +183,7 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     std::vector<double> spectrum(src.data(), src.data() + mc.n);
     const auto X = directDft(spectrum);
     for (size_t k = 0; time && k < X.size(); ++k) spectrum[k] = std::abs(X[k]);
-    ASSERT_EQ(vspsEvalFBank_32f(src.data(), dst.data(), s), vspStatusOk);
-    EXPECT_TRUE(dst.guardsIntact());
+    ASSERT_TRUE(vspsEvalFBank_32f(src.data(), dst.data(), s) == vspStatusOk && dst.guardsIntact());
     for (int j = 1; j <= mc.fc; ++j) {
       const int c0 = f.c[j - 1], c1 = f.c[j], c2 = f.c[j + 1];
       double want = 0, scale = 0;
@@ -211,10 +200,7 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
                            : k <= c1          ? (mk - mel[j - 1]) / (mel[j] - mel[j - 1])
                            : j < lc || !mixed ? (mel[j + 1] - mk) / (mel[j + 1] - mel[j])
                                               : (c2 - mk) / (c2 - c1);
-        if (bins)
-          EXPECT_EQ(w, float(ref));
-        else
-          EXPECT_NEAR(w, std::max(ref, 0.0), 1e-4);
+        EXPECT_NEAR(w, bins ? float(ref) : std::max(ref, 0.0), bins ? 0 : 1e-4);
         EXPECT_NEAR(g.at(j, k) * 16384, bins ? binWeight(f.c, j, k, 14) : w * 16384, !bins * 1.5);
         want += w * spectrum[k], scale += std::fabs(w) * spectrum[k];
         (k <= c1 ? a : b) += f.at(j, k) * src[k];
@@ -259,9 +245,10 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
 // The last pair of centres is never compared, and a bank of one filter has no
 // neighbour test: centres let through so must still keep every run inside its
 // row and the spectrum's bins.
-template <class S, class T>
+template <class S>
 void checkEmptyBank(int flags) {
   using A = Api<S>;
+  using T = typename A::X;
   S* s = nullptr;
   int32_t order = 0;
   const long live = vspcoreTestLiveBlocks();
@@ -276,8 +263,7 @@ void checkEmptyBank(int flags) {
     EXPECT_EQ(A::release(s), fail == 1 ? vspStatusNullPointer : vspStatusOk);
     EXPECT_EQ(vspcoreTestLiveBlocks(), live) << fail;
   }
-  ASSERT_EQ(A::empty(&s, &order, 100, 3, flags), vspStatusOk);  // N / 2 = 64
-  EXPECT_EQ(order, 7);
+  ASSERT_TRUE(A::empty(&s, &order, 100, 3, flags) == vspStatusOk && order == 7);  // N / 2 = 64
   const int kNo = vspStatusFilterBankNotReady;
   int32_t c[5] = {0, 2, 5, 9, 12}, back[5];
   const float w1[6] = {0.25f, 0.5f, 0.75f, 1.0f, 1.25f, 1.5f};
@@ -290,53 +276,46 @@ void checkEmptyBank(int flags) {
   Guarded<float> row(128);
   for (int i = 0; i <= 64; ++i) x[i] = T(i);
   // Pointers come before readiness.
-  EXPECT_EQ(eval(static_cast<const T*>(nullptr), y.data(), s), vspStatusNullPointer);
-  EXPECT_TRUE(eval(x.data(), y.data(), s) == kNo && A::getCentres(s, c) == kNo);
+  EXPECT_EQ(A::eval(nullptr, y.data(), s), vspStatusNullPointer);
+  EXPECT_TRUE(A::eval(x.data(), y.data(), s) == kNo && A::getCentres(s, c) == kNo);
   EXPECT_TRUE(A::setWeights(s, 1, w1) == kNo && y.untouched());
   ASSERT_EQ(A::setCentres(s, c), vspStatusOk);
-  EXPECT_TRUE(eval(x.data(), y.data(), s) == 0 && y[0] == 0);  // zero weights
-  ASSERT_EQ(A::setWeights(s, 1, w1), vspStatusOk);             // 3 rising, 3 falling
-  ASSERT_EQ(A::setWeights(s, 2, w2), vspStatusOk);             // 4 and 4
+  EXPECT_TRUE(A::eval(x.data(), y.data(), s) == 0 && y[0] == 0);              // zero weights
+  ASSERT_EQ(A::setWeights(s, 1, w1) + A::setWeights(s, 2, w2), vspStatusOk);  // 3 + 3, 4 + 4
   ASSERT_EQ(A::getWeights(s, 2, got.data()), vspStatusOk);
   EXPECT_EQ(got, want);
   // Not a time signal, even under bit 4: bins 0 .. 5 weighted.
-  EXPECT_TRUE(eval(x.data(), y.data(), s) == 0 && y[0] == T(17.5f));
+  EXPECT_TRUE(A::eval(x.data(), y.data(), s) == 0 && y[0] == T(17.5f));
   // centres, and what SetCenters says of them
-  const int32_t rows[][6] = {{0, 4, 8, 12, 64, 0},
-                             {-1, 4, 8, 12, 16, kNo},
-                             {0, 4, 8, 12, 65, kNo},
-                             {0, 9, 8, 12, 16, kNo},
-                             {0, 8, 8, 1000000, 20, 0}};
+  // clang-format off
+  const int32_t rows[][6] = {{0, 4, 8, 12, 64, 0}, {-1, 4, 8, 12, 16, kNo}, {0, 4, 8, 12, 65, kNo},
+                             {0, 9, 8, 12, 16, kNo}, {0, 8, 8, 1000000, 20, 0}};
+  // clang-format on
   for (const auto& r : rows) EXPECT_EQ(A::setCentres(s, r), r[5]) << r[0] << r[1] << r[3];
   EXPECT_TRUE(A::getCentres(s, back) == 0 && back[3] == 1000000);
   // The top filter's rising run would reach bin 10^6: Set and Get stop at its
   // row, the evaluation at the last centre.
-  EXPECT_EQ(A::setWeights(s, 1, ones.data()), vspStatusOk);
-  EXPECT_EQ(A::setWeights(s, 3, ones.data()), vspStatusOk);
-  EXPECT_EQ(A::getWeights(s, 3, row.data()), vspStatusOk);
-  EXPECT_EQ(eval(x.data(), y.data(), s), vspStatusOk);
-  EXPECT_EQ(y[0], T(36));   // bins 0 .. 8 rising; equal centres leave no falling run
-  EXPECT_EQ(y[2], T(182));  // bins 8 .. 20 rising (not to 10^6), no falling run
-  EXPECT_TRUE(row.guardsIntact() && y.guardsIntact());
+  EXPECT_TRUE(A::setWeights(s, 1, ones.data()) == 0 && A::setWeights(s, 3, ones.data()) == 0 &&
+              A::getWeights(s, 3, row.data()) == 0 && A::eval(x.data(), y.data(), s) == 0);
+  // bins 0 .. 8 rising, equal centres leaving no falling run; then bins 8 .. 20
+  // rising (not to 10^6), no falling run
+  EXPECT_TRUE(y[0] == T(36) && y[2] == T(182) && row.guardsIntact() && y.guardsIntact());
   EXPECT_EQ(A::getWeights(s, 5, row.data()), vspStatusBadSize);
   EXPECT_EQ(A::setWeights(s, 0, ones.data()), vspStatusBadSize);
   EXPECT_EQ(A::release(s), vspStatusOk);
   ASSERT_EQ(A::empty(&s, &order, 100, 1, flags), vspStatusOk);
   for (int32_t mid : {-1000000, 40, INT32_MAX}) {
     const int32_t one[3] = {2, mid, 30};
-    ASSERT_EQ(A::setCentres(s, one), vspStatusOk);
-    EXPECT_EQ(A::setWeights(s, 1, ones.data()), vspStatusOk);
-    EXPECT_EQ(eval(x.data(), y.data(), s), vspStatusOk);
+    EXPECT_TRUE(A::setCentres(s, one) == 0 && A::setWeights(s, 1, ones.data()) == 0 &&
+                A::eval(x.data(), y.data(), s) == 0);
     EXPECT_TRUE(x.guardsIntact() && y.guardsIntact());
   }
   EXPECT_EQ(A::release(s), vspStatusOk);
 }
 
 TEST(FBank, EmptyBanksSetAndGetInsideTheirRows) {
-  for (int flags : {1, 7}) {
-    checkEmptyBank<VspFBankState_32f, float>(flags);
-    checkEmptyBank<VspFBankState_16s, Vsp16s>(flags);
-  }
+  for (int flags : {1, 7})
+    checkEmptyBank<VspFBankState_32f>(flags), checkEmptyBank<VspFBankState_16s>(flags);
 }
 
 // Pointers, sizes, band edges, flags (3 and 7 refused, 5 and 6 legal); a
@@ -345,22 +324,22 @@ TEST(FBank, EmptyBanksSetAndGetInsideTheirRows) {
 TEST(FBank, RefusalsInTheirOrder) {
   const double kNull = vspStatusNullPointer, kSize = vspStatusBadSize, kRange = vspStatusOutOfRange;
   const double kFlag = vspStatusBadFilterBankFlag, kEdges = vspStatusBadBandEdges;
-  // fftLen, filters, rate, low, high, flags, null state, null order, status
+  // fftLen, filters, rate, low, high, flags, null state, status
   // clang-format off
-  const double rows[][9] = {
-      {256, 10, 8000, 100, 4000, 1, 1, 0, kNull},   {0, 10, 8000, 100, 4000, 1, 0, 0, kSize},
-      {256, 10, 8000, 2000, 1000, 1, 0, 0, kEdges}, {256, 10, 8000, 100, 4000.5, 3, 0, 0, kEdges},
-      {256, 10, 8000, 100, 4000, 7, 0, 0, kFlag},   {1 << 30, 10, 8000, 100, 4000, 1, 0, 0, kRange},
-      {256, 10, 8000, 100, 4000, 5, 0, 0, 0}};
+  const double rows[][8] = {
+      {256, 10, 8000, 100, 4000, 1, 1, kNull},   {0, 10, 8000, 100, 4000, 1, 0, kSize},
+      {256, 10, 8000, 2000, 1000, 1, 0, kEdges}, {256, 10, 8000, 100, 4000.5, 3, 0, kEdges},
+      {256, 10, 8000, 100, 4000, 7, 0, kFlag},   {1 << 30, 10, 8000, 100, 4000, 1, 0, kRange},
+      {256, 10, 8000, 100, 4000, 5, 0, 0}};
   // clang-format on
   for (const auto& r : rows) {
     Guarded<unsigned char> block(65536);
     int32_t order = -7;
     auto* state = r[6] ? nullptr : reinterpret_cast<VspFBankState_32f*>(block.data());
     const VspStatus st =
-        vspsMelFBankInit_32f(state, r[7] ? nullptr : &order, int32_t(r[0]), float(r[2]),
-                             float(r[3]), float(r[4]), int32_t(r[1]), kMul, kDiv, int32_t(r[5]));
-    EXPECT_EQ(st, int(r[8])) << "row " << &r - rows;
+        vspsMelFBankInit_32f(state, &order, int32_t(r[0]), float(r[2]), float(r[3]), float(r[4]),
+                             int32_t(r[1]), kMul, kDiv, int32_t(r[5]));
+    EXPECT_EQ(st, int(r[7])) << "row " << &r - rows;
     EXPECT_TRUE(st == vspStatusOk || (block.untouched() && order == -7)) << "row " << &r - rows;
   }
   int32_t size = 0;
@@ -370,35 +349,34 @@ TEST(FBank, RefusalsInTheirOrder) {
   EXPECT_EQ(vspsMelFBankGetSize_32f(INT32_MAX, 1, 2, &size), vspStatusOutOfRange);
   // Two constructors have no pointer step: their own checks come first even
   // with null pointers, and a null pointer is refused after them.
-  auto melLin = [&](VspFBankState_32f** out, int32_t len, float linHi, int32_t lc, int32_t flags) {
-    return vspsMelLinFBankInitAlloc_32f(out, &size, len, 8000, 100, 4000, 10, linHi, lc, kMul, kDiv,
+  auto melLin = [&](VspFBankState_32f** out, int32_t len, float linHi, int32_t flags) {
+    return vspsMelLinFBankInitAlloc_32f(out, &size, len, 8000, 100, 4000, 10, linHi, 5, kMul, kDiv,
                                         flags);
   };
-  EXPECT_EQ(melLin(nullptr, 0, 1000, 5, 1), vspStatusBadSize);
-  EXPECT_EQ(melLin(&s, 256, 4001, 5, 1), vspStatusBadBandEdges);
-  EXPECT_EQ(melLin(&s, 256, 1000, 5, 7), vspStatusBadFilterBankFlag);
+  EXPECT_EQ(melLin(nullptr, 0, 1000, 1), vspStatusBadSize);
+  EXPECT_EQ(melLin(&s, 256, 4001, 1), vspStatusBadBandEdges);
+  EXPECT_EQ(melLin(&s, 256, 1000, 7), vspStatusBadFilterBankFlag);
   EXPECT_EQ(vspsEmptyFBankInitAlloc_16s(nullptr, nullptr, 64, 0, 99), vspStatusBadSize);
   const long live = vspcoreTestLiveBlocks();
-  EXPECT_EQ(melLin(nullptr, 256, 1000, 5, 1), vspStatusNullPointer);
+  EXPECT_EQ(melLin(nullptr, 256, 1000, 1), vspStatusNullPointer);
   EXPECT_EQ(vspsEmptyFBankInitAlloc_32f(&s, nullptr, 64, 3, 1), vspStatusNullPointer);
   EXPECT_TRUE(vspcoreTestLiveBlocks() == live && s == nullptr && size == 0);
 }
 
 TEST(FBank, MelConversionsAreTheClosedForms) {
-  const std::vector<float> hz = {0.0f, 1.0f, 99.5f, 700.0f, 1000.0f, 4000.0f, 7999.0f, 24000.0f};
-  std::vector<float> mel(hz.size()), back(hz.size());
+  const float hz[8] = {0.0f, 1.0f, 99.5f, 700.0f, 1000.0f, 4000.0f, 7999.0f, 24000.0f};
+  float mel[8], back[8], d = 5.0f;
   for (const auto& md : {std::pair<float, float>{1127, 700}, {1, 1}}) {
     const long double mul = md.first, div = md.second;
-    ASSERT_EQ(vspsLinearToMel_32f(hz.data(), mel.data(), 8, md.first, md.second), vspStatusOk);
-    ASSERT_EQ(vspsMelToLinear_32f(mel.data(), back.data(), 8, md.first, md.second), vspStatusOk);
-    for (size_t i = 0; i < hz.size(); ++i) {
+    ASSERT_TRUE(vspsLinearToMel_32f(hz, mel, 8, md.first, md.second) == vspStatusOk &&
+                vspsMelToLinear_32f(mel, back, 8, md.first, md.second) == vspStatusOk);
+    for (int i = 0; i < 8; ++i) {
       const float m = float(mul * std::log1p(hz[i] / div)),
                   f = float(div * std::expm1(mel[i] / mul));
       EXPECT_NEAR(mel[i], m, std::fabs(m) * 1.2e-7f) << hz[i];
       EXPECT_NEAR(back[i], f, std::fabs(f) * 1.2e-7f) << hz[i];
     }
   }
-  float d = 5.0f;
   EXPECT_EQ(vspsLinearToMel_32f(nullptr, &d, 1, 1, 1), vspStatusNullPointer);
   EXPECT_EQ(vspsMelToLinear_32f(&d, &d, 1, 0, 1), vspStatusBadSize);
   EXPECT_EQ(vspsLinearToMel_32f(&d, &d, 0, 1, -1), vspStatusBadSize);
@@ -437,8 +415,7 @@ TEST(FBank32s, CentresWeightsEvaluationAndRefusals) {
     rng.fill(x.data(), x.size(), [&] { return rng.integer(-amplitude, amplitude); });
     for (int sf : {-31, -12, -1, 0, 1, 7, 31}) {
       Guarded<int32_t> dst(24);
-      ASSERT_EQ(vspsEvalFBank_32s_Sfs(x.data(), dst.data(), s, sf), vspStatusOk);
-      EXPECT_TRUE(dst.guardsIntact());
+      ASSERT_TRUE(vspsEvalFBank_32s_Sfs(x.data(), dst.data(), s, sf) == 0 && dst.guardsIntact());
       for (int j = 1; j <= 24; ++j)
         EXPECT_EQ(dst[j - 1], sum32s(s->centers, j, x, sf)) << sf << " " << j;
     }
@@ -447,17 +424,16 @@ TEST(FBank32s, CentresWeightsEvaluationAndRefusals) {
   const int32_t x[257] = {};
   EXPECT_EQ(vspsEvalFBank_32s_Sfs(x, d.data(), s, -32), vspStatusOutOfRange);
   EXPECT_EQ(vspsEvalFBank_32s_Sfs(nullptr, d.data(), s, 99), vspStatusNullPointer);
-  EXPECT_TRUE(d.untouched());
-  EXPECT_TRUE(block.guardsIntact());
+  EXPECT_TRUE(d.untouched() && block.guardsIntact());
   // fftLen, rate, low, high, melMul, melDiv, flags, status: highFreq < 1
   // comes before the flags, 16.0 is out of range.
-  const int32_t kSize = vspStatusBadSize, kEdges = vspStatusBadBandEdges,
-                kRange = vspStatusOutOfRange;
-  const int32_t rows[][8] = {{31, 8000, 0, 4000, mul, div, 2, kSize},
-                             {64, 8000, 0, 0, mul, div, 3, kSize},
+  const int32_t kSize = vspStatusBadSize, kEdges = vspStatusBadBandEdges;
+  // clang-format off
+  const int32_t rows[][8] = {{31, 8000, 0, 4000, mul, div, 2, kSize}, {64, 8000, 0, 0, mul, div, 3, kSize},
                              {64, 8000, 0, 4000, mul, div, 6, vspStatusBadFilterBankFlag},
                              {64, 8000, 4000, 4000, mul, div, 2, kEdges},
-                             {64, 8000, 0, 24000, 524288, div, 2, kRange}};
+                             {64, 8000, 0, 24000, 524288, div, 2, vspStatusOutOfRange}};
+  // clang-format on
   for (const auto& r : rows) {
     order = -1;
     EXPECT_EQ(vspsMelFBankInit_32s(s, &order, r[0], r[1], r[2], r[3], 4, r[4], r[5], r[6]), r[7]);
