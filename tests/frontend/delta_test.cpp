@@ -284,20 +284,21 @@ TEST(EvalDelta, EveryMemberFollowsTheEdgeRule) {
 
 TEST(EvalDelta, RefusalsInTheirOrder) {
   Guarded<float> g(80);
-  float* m = g.data();
   const float mul[3] = {1, 2, 3};
-  auto eval = [&](float* p, int height, int step, int width, int offset, int window) {
-    return evalDelta(p, height, step, mul, width, offset, window, false, 0);
-  };
-  EXPECT_EQ(eval(nullptr, 0, 10, 3, 2, 2), vspStatusNullPointer);
+  const int kSize = vspStatusBadSize;
+  // null matrix, height, step, width, offset, window, a multiplier per
+  // column, status; H < 2 W is refused
+  // clang-format off
+  const int rows[][8] = {{1, 0, 10, 3, 2, 2, 0, vspStatusNullPointer}, {0, 0, 0, 3, 2, 2, 0, kSize},
+      {0, 8, 10, 3, 2, 0, 0, kSize}, {0, 8, 10, 3, -1, 2, 0, kSize}, {0, 8, 0, 3, 2, 5, 1, kSize},
+      {0, 3, 7, 3, 2, 1, 0, vspStatusBadStep}};
+  // clang-format on
+  for (const auto& r : rows)
+    EXPECT_EQ(evalDelta(r[0] ? nullptr : g.data(), r[1], r[2], mul, r[3], r[4], r[5], r[6], 0),
+              r[7])
+        << &r - rows;
   EXPECT_EQ(vspsEvalDeltaMul_16s_D2Sfs(nullptr, 8, 10, nullptr, 3, 2, 2, 0), vspStatusNullPointer);
-  EXPECT_EQ(eval(m, 0, 0, 3, 2, 2), vspStatusBadSize);
-  EXPECT_EQ(eval(m, 8, 10, 3, 2, 0), vspStatusBadSize);
-  EXPECT_EQ(eval(m, 8, 10, 3, -1, 2), vspStatusBadSize);
-  EXPECT_EQ(vspsEvalDeltaMul_32f_D2(m, 8, 0, mul, 3, 2, 5), vspStatusBadSize);  // H < 2 W
-  EXPECT_EQ(eval(m, 3, 7, 3, 2, 1), vspStatusBadStep);
-  EXPECT_TRUE(g.untouched());
-  EXPECT_EQ(eval(m, 2, 2, 1, 0, 1), vspStatusOk);
+  EXPECT_TRUE(g.untouched() && evalDelta(g.data(), 2, 2, mul, 1, 0, 1, false, 0) == vspStatusOk);
 }
 
 }  // namespace
