@@ -210,8 +210,7 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     // (by the transform steps tested on their own). Loud frames wrap the
     // 16-bit member's 32-bit products.
     for (int16_t amplitude : {int16_t(300), int16_t(32767)}) {
-      std::vector<int16_t> x16(size_t(mc.n));
-      rng.fill(x16.data(), x16.size(), [&] { return rng.s16(-amplitude, amplitude); });
+      const auto x16 = randomVector<int16_t>(size_t(mc.n), mc.n + amplitude, -amplitude, amplitude);
       std::vector<int32_t> x(x16.begin(), x16.end()), cf(size_t(mc.n) + 2);
       VspFftSpec_16s* fftObj = nullptr;
       ASSERT_TRUE(
@@ -387,10 +386,8 @@ TEST(FBank32s, CentresWeightsEvaluationAndRefusals) {
   for (int i = 0; i <= 25; ++i)
     expectCentre(s->centers[i], (std::exp(i * melOf(8000) / 25 / kMul) - 1) * 700 * 512 / 16000,
                  true, i);
-  Rng rng(32);
   for (int32_t amplitude : {1000, 1 << 24, INT32_MAX}) {
-    std::vector<int32_t> x(257);
-    rng.fill(x.data(), x.size(), [&] { return rng.integer(-amplitude, amplitude); });
+    const auto x = randomVector<int32_t>(257, 32 + amplitude, -amplitude, amplitude);
     for (int sf : {-31, -12, -1, 0, 1, 7, 31}) {
       Guarded<int32_t> dst(24);
       ASSERT_TRUE(vspsEvalFBank_32s_Sfs(x.data(), dst.data(), s, sf) == 0 && dst.guardsIntact());

@@ -13,20 +13,13 @@ using namespace vsptest;
 using vsp::FftKind;
 using vsp::FftPath;
 
-std::vector<float> frame(size_t n, uint64_t seed) {
-  Rng rng(seed);
-  std::vector<float> x(n);
-  for (float& v : x) v = rng.uniformf(-1.0f, 1.0f);
-  return x;
-}
-
 // Float rounding of a transform grows with log2 N and the size of the bins.
 double bound(int order) { return 4e-7 * (order + 1) * std::sqrt(double(1 << order)) + 1e-7; }
 
 TEST(Fft, EveryFormFlagAndPathMatchesTheDirectTransform) {
   for (int order = 0; order <= 14; ++order) {
     const size_t n = size_t(1) << order;
-    const std::vector<float> x = frame(n, 100 + order);
+    const std::vector<float> x = randomVector<float>(n, 100 + order, -1, 1);
     const auto want = directDft(x);
     const double rn = 1.0 / double(n), rs = std::sqrt(rn);
     // {flag, forward factor, inverse factor}
@@ -93,7 +86,7 @@ TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
     Guarded<unsigned char> block(size_t(fftObj), 1), w(size_t(work), 5);
     VspFftSpec_32f* s = nullptr;
     ASSERT_EQ(vsp::fftSpecInit(&s, order, 8, 0, block.data(), nullptr), vspStatusOk);
-    const std::vector<float> x = frame(size_t(1) << order, 5);
+    const std::vector<float> x = randomVector<float>(size_t(1) << order, 5, -1, 1);
     std::vector<float> a(x.size() + 2), b(a.size());
     ASSERT_EQ(vsp::fftForwardComplexForm(x.data(), a.data(), s, w.data()), vspStatusOk);
     // Without a work buffer the call takes its own, and gives it back.
@@ -117,9 +110,7 @@ TEST(Fft, ObjectsInCallerMemoryWorkMemoryAndStatuses) {
 TEST(Fft, IntegerFrontEndAndMagnitudeRoundAndSaturate) {
   for (int order : {0, 1, 3, 9, 12}) {
     const size_t n = size_t(1) << order;
-    Rng rng(40 + order);
-    std::vector<int16_t> x(n);
-    rng.fill(x.data(), n, [&] { return rng.s16(-2000, 2000); });
+    const std::vector<int16_t> x = randomVector<int16_t>(n, 40 + order, -2000, 2000);
     const auto want = directDft(x);
     VspFftSpec_16s* s = nullptr;
     ASSERT_EQ(vsp::fftSpecInitAlloc_16s(&s, order, 8, 0), vspStatusOk);

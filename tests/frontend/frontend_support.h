@@ -1,4 +1,4 @@
-// The direct DFT, for the transform and filter bank tests.
+// The direct DFT and seeded random frames, for the transform and filter bank tests.
 #pragma once
 
 #include <cmath>
@@ -18,6 +18,16 @@ std::vector<std::complex<double>> directDft(const std::vector<T>& x) {
   for (size_t k = 0; k <= n / 2; ++k)
     for (size_t i = 0; i < n; ++i) X[k] += double(x[i]) * w[i * k % n];
   return X;
+}
+
+// n values drawn uniformly from [lo, hi], integers for an integer T.
+template <class T>
+std::vector<T> randomVector(size_t n, uint64_t seed, double lo, double hi) {
+  Rng r(seed);
+  std::vector<T> v(n);
+  for (T& x : v)
+    x = T(std::is_integral_v<T> ? r.integer(int64_t(lo), int64_t(hi)) : r.uniform(lo, hi));
+  return v;
 }
 
 }  // namespace vsptest
