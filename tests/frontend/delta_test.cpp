@@ -97,15 +97,20 @@ std::vector<ld> reference(const Member& m, const Scales& sc, const std::vector<T
   auto at = [&](const std::vector<ld>& v, int t, int c) {  // missing frames are the nearest
     return v[size_t(std::clamp(t, 0, F - 1)) * W + c];
   };
-  // The regression windows in the element type's own arithmetic.
-  auto win = [&](const std::vector<ld>& v, int t, int c, int block) -> ld {
-    const T s = m.mul        ? mul[block * W + c]
-                : block == 1 ? T(fix ? sc.d16 : sc.d32)
-                             : T(fix ? sc.dd16 : sc.dd32);
+  // The scale of block 1 or 2 of column c, and the regression window over v
+  // in the element type's own arithmetic, the 16-bit sum shifted `extra` more.
+  auto scale = [&](int block, int c) {
+    return m.mul                    ? mul[block * W + c]
+           : m.kind == Kind::Aurora ? T(1)
+           : block == 1             ? T(fix ? sc.d16 : sc.d32)
+                                    : T(fix ? sc.dd16 : sc.dd32);
+  };
+  auto win = [&](const std::vector<ld>& v, int t, int c, int block, int extra) -> ld {
     using R = std::conditional_t<fix, int64_t, float>;  // exact, or float steps
-    R raw = R(at(v, t + 1, c)) - R(at(v, t - 1, c));
-    if (m.L == 2) raw = raw + R(2) * (R(at(v, t + 2, c)) - R(at(v, t - 2, c)));
-    return scaled(raw, s, sc.sf);
+    R raw = 0;
+    for (int k = 1; k <= m.L; ++k) raw = raw + R(k) * (R(at(v, t + k, c)) - R(at(v, t - k, c)));
+    return fix ? scaled(raw, scale(block, c), sc.sf + extra)
+               : ld(raw * scale(block, c)) / (1 << extra);
   };
   for (size_t i = 0; i < x.size(); ++i) {
     const T v = in[i / W * srcStep + i % W];
@@ -116,24 +121,19 @@ std::vector<ld> reference(const Member& m, const Scales& sc, const std::vector<T
     for (int c = 0; c < W; ++c) {
       ld* o = &out[size_t(t) * B * W + c];
       o[0] = at(x, t, c);
-      if (m.kind != Kind::Aurora) {
-        o[W] = d[size_t(t) * W + c] = win(x, t, c, 1);
-        continue;
-      }
-      // Weights k / 4 and, for the second derivative, (3k^2 - 20) / 28, over nine frames.
-      ld sd = 0, s2 = 0, mag = 0;
-      for (int k = -4; k <= 4; ++k) {
-        const ld v = at(x, t + k, c);
-        sd += k * v / 4, s2 += (3 * k * k - 20) * v / 28, mag += std::fabs(v);
-      }
-      const ld m1 = m.mul ? ld(mul[W + c]) : 1, m2 = m.mul ? ld(mul[2 * W + c]) : 1;
-      o[W] = fix ? ld(fixRule(int64_t(sd * 4) * int64_t(m1), 1, sc.sf + 2)) : sd * m1;
-      o[2 * W] = fix ? std::trunc(std::clamp(std::ldexp(s2 * m2, -sc.sf), ld(-32768), ld(32767)))
-                     : s2 * m2;
+      // Aurora: the window over four frames each way, a quarter of it; then the
+      // second derivative, weights (3k^2 - 20) / 28 over nine frames.
+      o[W] = d[size_t(t) * W + c] = win(x, t, c, 1, m.kind == Kind::Aurora ? 2 : 0);
+      if (m.kind != Kind::Aurora) continue;
+      ld s2 = 0, mag = 0;
+      for (int k = -4; k <= 4; ++k)
+        s2 += (3 * k * k - 20) * at(x, t + k, c) / 28, mag += std::fabs(at(x, t + k, c));
+      s2 *= scale(2, c);
+      o[2 * W] = fix ? std::trunc(std::clamp(std::ldexp(s2, -sc.sf), ld(-32768), ld(32767))) : s2;
       *tol = fix ? 1 : std::max(*tol, 48 * mag * kEps32);
     }
   for (int t = 0; t < F && m.kind == Kind::DeltaDelta; ++t)
-    for (int c = 0; c < W; ++c) out[(size_t(t) * B + 2) * W + c] = win(d, t, c, 2);
+    for (int c = 0; c < W; ++c) out[(size_t(t) * B + 2) * W + c] = win(d, t, c, 2, 0);
   return out;
 }
 

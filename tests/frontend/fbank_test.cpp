@@ -117,8 +117,8 @@ void expectInitLike(S* a, const Case& mc) {
   S* s = reinterpret_cast<S*>(block.data());
   ASSERT_EQ(Api<S>::init(s, &order, mc.fftLen, mc.sr, mc.lo, mc.hi, mc.fc, kMul, kDiv, mc.flags),
             vspStatusOk);
-  std::vector<T> x(size_t(mc.n)), y(size_t(mc.fc)), z(y);
-  for (size_t i = 0; i < x.size(); ++i) x[i] = T(int(i * 37 % 601) - 300);
+  const auto x = randomVector<T>(size_t(mc.n), 7, -300, 300);
+  std::vector<T> y(size_t(mc.fc)), z(y);
   EXPECT_TRUE(Api<S>::eval(x.data(), y.data(), s) == 0 && Api<S>::eval(x.data(), z.data(), a) == 0);
   EXPECT_TRUE(y == z && BankRead(s).w == BankRead(a).w && BankRead(s).c == BankRead(a).c);
   EXPECT_TRUE(block.guardsIntact());
@@ -150,8 +150,8 @@ TEST(FBank, MelBanksMatchTheDoubleFormulasAndEvaluate) {
     const SweepResult r = sweepAllocationFailures(
         [&] { return s = reinterpret_cast<VspFBankState_32f*>(&s), mc.alloc(&s, &order); },
         [&](int n) {
-          EXPECT_EQ(s == nullptr, n == 1);
-          EXPECT_EQ(vspsFBankFree_32f(s), n == 1 ? vspStatusNullPointer : vspStatusOk);
+          EXPECT_TRUE((s == nullptr) == (n == 1) &&
+                      vspsFBankFree_32f(s) == (n == 1 ? vspStatusNullPointer : vspStatusOk));
         },
         [&](int n) { return long(std::accumulate(kept.begin(), kept.begin() + n - 1, 0)); });
     ASSERT_TRUE(r.finalStatus == vspStatusOk && r.allocationPoints == int(kept.size()));
