@@ -3,7 +3,7 @@
 // call; the Aurora weights (in the reference); the batch members' edge rule; the refusals.
 #include <cstring>
 
-#include "support/harness.h"
+#include "frontend/frontend_support.h"
 
 namespace {
 
@@ -23,11 +23,11 @@ struct Scales {
   std::vector<Vsp16s> m16;
   bool nullMul = false;
   Scales(int width, uint64_t seed, int sf_)
-      : sf(sf_), d16(sf_ > 8 ? 32767 : 3), dd16(sf_ > 8 ? -32768 : -2) {
-    Rng r(seed);
-    for (int i = 0; i < 3 * width; ++i)
-      m32.push_back(r.uniformf(-2, 2)), m16.push_back(sf > 8 ? r.s16() : r.s16(-5, 5));
-  }
+      : sf(sf_),
+        d16(sf_ > 8 ? 32767 : 3),
+        dd16(sf_ > 8 ? -32768 : -2),
+        m32(randomVector<float>(3 * width, seed, -2, 2)),
+        m16(randomVector<Vsp16s>(3 * width, seed + 1, sf > 8 ? -32768 : -5, sf > 8 ? 32767 : 5)) {}
   const float* p(float) const { return nullMul ? nullptr : m32.data(); }
   const Vsp16s* p(Vsp16s) const { return nullMul ? nullptr : m16.data(); }
 };
@@ -150,11 +150,9 @@ void checkStream(const Member& m, int width, int extra, int sf) {
   SCOPED_TRACE(testing::Message() << m.name << " width " << width << " frames " << frames << " sf "
                                   << sf << " seed " << seed);
   const Scales sc(width, seed, sf);
-  Rng r(seed);
-  std::vector<T> src(size_t(frames) * srcStep, T(32767));  // column 13 of Aurora rows: unread
-  for (size_t i = 0; i < src.size(); ++i)
-    if (int(i % srcStep) < width)
-      src[i] = sizeof(T) == 2 ? r.s16(-12000, 12000) : r.uniformf(-8, 8);
+  const double range = sizeof(T) == 2 ? 12000 : 8;
+  std::vector<T> src = randomVector<T>(size_t(frames) * srcStep, seed, -range, range);
+  for (size_t i = 13; srcStep == 14 && i < src.size(); i += 14) src[i] = T(32767);  // unread
   ld tol = 0;
   const std::vector<ld> want = reference(m, sc, src, width, srcStep, &tol);
   Guarded<T> whole(size_t(frames) * step), pad(1);
@@ -248,10 +246,10 @@ void checkEvalDelta(int H, int W, int width, int offset, int pad, bool mul) {
   const int step = offset + 2 * width + pad, sf = fix ? 1 : 0;
   const uint64_t seed = 77 + H * 3 + mul;
   SCOPED_TRACE(testing::Message() << "H " << H << " W " << W << " mul " << mul << " seed " << seed);
-  Rng r(seed);
-  std::vector<T> m(size_t(H) * step), muls(size_t(width), T(fix ? 3 : 0.1f));
-  for (auto& v : m) v = fix ? T(r.s16(-3000, 3000)) : T(r.uniformf(-10, 10));
-  for (auto& v : muls) v = mul ? (fix ? T(r.s16(-4, 4)) : T(r.uniformf(-2, 2))) : v;
+  const double range = fix ? 3000 : 10, mulRange = fix ? 4 : 2;
+  std::vector<T> m = randomVector<T>(size_t(H) * step, seed, -range, range);
+  const std::vector<T> muls = mul ? randomVector<T>(width, seed + 1, -mulRange, mulRange)
+                                  : std::vector<T>(width, T(fix ? 3 : 0.1f));
   const std::vector<T> in = m;
   ASSERT_EQ(evalDelta(m.data(), H, step, muls.data(), width, offset, W, mul, sf), vspStatusOk);
   for (int t = 0; t < H; ++t)
