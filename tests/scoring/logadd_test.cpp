@@ -118,6 +118,7 @@ TEST(LogDomain, StatedResults) {
       // Integers have no floor: far apart gives the larger operand unchanged,
       // here -5000 * 1024 = -5.12e6 in real terms.
       {one<Vsp16s>(vspsLogAdd_16s_Sfs, -5000, -32768, -10, 0), -5000},
+      {one<Vsp32s>(vspsLogAdd_32s_Sfs, 0, -(16 << 24), 24, 1), 0},
       // Equal integers: ln 2 in units of 2^-8, truncated; results clamp.
       {one<Vsp16s>(vspsLogAdd_16s_Sfs, 256, 256, 8, 0), Vsp16s((1 + 0.6931471827215062) * 256)},
       {one<Vsp32s>(vspsLogAdd_32s_Sfs, INT32_MAX, INT32_MAX, 0, 0), INT32_MAX},
