@@ -129,9 +129,11 @@ struct KeepMax {
 // the vector tiers, lanes of doubles at a time, bit for bit as one by one.
 struct LogAddInto {
   static void apply(float& dst, float score) {
-    dst = float(logadd::fold32(double(dst), double(score)));
+    dst = float(logadd::foldStep<logadd::Poly32, logadd::FloorMax32>(dst, score));
   }
-  static void apply(double& dst, double score) { dst = logadd::fold64(dst, score); }
+  static void apply(double& dst, double score) {
+    dst = logadd::foldStep<logadd::Poly64, logadd::Floor64>(dst, score);
+  }
   template <class T>
   static void batch(Tier tier, T* dst, const T* score, int32_t n) {
     switch (tier) {

@@ -45,9 +45,7 @@ struct Scaled32 {
 template <class Poly, class Floor>
 struct PolyPath {
   static double step(double a, double b) { return logadd::pairStep<Poly, Floor>(a, b); }
-  static double fold(double run, double x) {
-    return logadd::keepsRun<Poly, Floor>(run, x) ? run : step(run, x);
-  }
+  static double fold(double run, double x) { return logadd::foldStep<Poly, Floor>(run, x); }
 };
 struct TablePathReal {
   static double step(double a, double b) { return logadd::tableStepReal(a, b); }

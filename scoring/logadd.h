@@ -165,12 +165,10 @@ VSP_ALWAYS_INLINE bool keepsRun(double r, double x) {
 // The two steps the scoring families apply to their scores.
 VSP_ALWAYS_INLINE double add32(double a, double b) { return pairStep<Poly32, FloorMax32>(a, b); }
 VSP_ALWAYS_INLINE double add64(double a, double b) { return pairStep<Poly64, Floor64>(a, b); }
-// The same as folds into a running value r: add32(r, x) and add64(r, x).
-VSP_ALWAYS_INLINE double fold32(double r, double x) {
-  return keepsRun<Poly32, FloorMax32>(r, x) ? r : add32(r, x);
-}
-VSP_ALWAYS_INLINE double fold64(double r, double x) {
-  return keepsRun<Poly64, Floor64>(r, x) ? r : add64(r, x);
+// The pair step as a fold into a running value r takes it: r first.
+template <class P, class Floor>
+VSP_ALWAYS_INLINE double foldStep(double r, double x) {
+  return keepsRun<P, Floor>(r, x) ? r : pairStep<P, Floor>(r, x);
 }
 
 // ---- The table path ------------------------------------------------------------------

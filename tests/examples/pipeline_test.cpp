@@ -151,24 +151,6 @@ TEST(Pipeline, SyntheticUtteranceMatchesTheDoublePrecisionRoad) {
   }
 }
 
-TEST(Pipeline, StreamedDeltasEqualOneWholeCall) {
-  // The demo streams its derivatives in blocks; one call over the whole
-  // utterance must give the same bytes.
-  PipelineConfig cfg;
-  ASSERT_TRUE(pipelineConfigure(16000, &cfg));
-  std::vector<Vsp16s> x(32000);
-  pipelineSynthesize(x.data(), x.size(), 16000);
-  PipelineResult streamed, whole;
-  ASSERT_EQ(pipelineRun(&cfg, x.data(), x.size(), &streamed), vspStatusOk);
-  cfg.deltaBlock = streamed.frames;
-  ASSERT_EQ(pipelineRun(&cfg, x.data(), x.size(), &whole), vspStatusOk);
-  EXPECT_EQ(std::memcmp(streamed.features, whole.features,
-                        sizeof(float) * size_t(whole.frames) * whole.dims),
-            0);
-  pipelineRelease(&streamed);
-  pipelineRelease(&whole);
-}
-
 TEST(Pipeline, WavReaderRefusesWhatItCannotRead) {
   const std::string dir = testing::TempDir();
   auto write = [&](const char* name, const std::vector<unsigned char>& bytes) {
@@ -206,9 +188,7 @@ TEST(Pipeline, WavReaderRefusesWhatItCannotRead) {
   fmtOnly.resize(fmtOnly.size() - 8);
   const Row rows[] = {
       {"empty.wav", {}, "not a RIFF/WAVE"},
-      {"text.wav",
-       {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd', '!', '!'},
-       "not a RIFF/WAVE"},
+      {"text.wav", std::vector<unsigned char>(13, 'x'), "not a RIFF/WAVE"},
       {"float.wav", wav(3, 1, 16000, 32, {0, 0, 0, 0}, 4), "not 16-bit PCM"},
       {"8bit.wav", wav(1, 1, 16000, 8, {0, 0}, 2), "not 16-bit PCM"},
       {"rate.wav", wav(1, 1, 96000, 16, {0, 0}, 2), "unsupported sampling rate"},

@@ -9,16 +9,6 @@ namespace {
 
 using namespace vsptest;
 
-// Scores of one magnitude, so that the log-adds of a mixture do real work.
-template <class T>
-T small(Rng& r) {
-  return T(sizeof(T) == 2 ? r.integer(-20, 20) : r.uniform(-2, 2));
-}
-template <class T>
-T smallWeight(Rng& r) {
-  return T(sizeof(T) == 2 ? r.integer(1, 4) : r.uniform(0.2, 2));
-}
-
 // ---- Plain members ---------------------------------------------------------------------
 //
 // A mixture is the ascending fold, by the one-element log-add, of the scores
@@ -37,11 +27,7 @@ const RowMember<int16_t, float> kS16[] = {MIXTURE(Scaled_16s32f, Scaled, WTS, rw
                                           MIXTURE(LowScaled_16s32f, Scaled, WTS, rw, , sf), MIXTURE(IdVarLowScaled_16s32f, Scaled, , NONE, , sf)};
 // clang-format on
 
-TEST(GaussMixture, PlainMembersAreTheFoldOfBlockScores) {
-  expectRows(kF32, 401, small<float>, smallWeight<float>);
-  expectRows(kF64, 402, small<double>, smallWeight<double>);
-  expectRows(kS16, 403, small<int16_t>, smallWeight<int16_t>);
-}
+TEST(GaussMixture, PlainMembersAreTheFoldOfBlockScores) { expectRows(401, true, kF32, kF64, kS16); }
 
 // ---- Shortlists ----------------------------------------------------------------------------
 
@@ -91,33 +77,28 @@ void selectMembers(const Select<T> (&members)[N], uint64_t seed) {
         std::vector<float> g(count);
         for (auto& x : g) x = float(rng.uniform(-20, 0));
         std::vector<uint8_t> sl(size_t(frames) * rowBytes);
-        const auto picked = [&](int f, int m) {
-          return f == 1 ? m == count / 2
-                        : f == 2 || (f == 3 ? m < 40000 : f && rng.integer(0, 2) == 0);
-        };
         for (int f = 0; f < frames; ++f)
           for (int m = 0; m < count; ++m)
-            if (picked(f, m)) sl[size_t(f) * rowBytes + m / 8] |= uint8_t(128 >> (m & 7));
+            if (f == 1 ? m == count / 2 : f == 2 || (f == 3 ? m < 40000 : f && !rng.integer(0, 2)))
+              sl[size_t(f) * rowBytes + m / 8] |= uint8_t(128 >> (m & 7));
         Guarded<float> a(frames), b(frames);
         ASSERT_EQ(mb.d2(obs.data(), means.data(), vars.data(), step, width, g.data(), sl.data(),
-                        count, a.data(), frames, none, sf),
-                  vspStatusOk);
-        ASSERT_EQ(mb.d2l(obs.rows.data(), means.rows.data(), vars.rows.data(), width, g.data(),
-                         sl.data(), count, b.data(), frames, none, sf),
+                        count, a.data(), frames, none, sf) |
+                      mb.d2l(obs.rows.data(), means.rows.data(), vars.rows.data(), width, g.data(),
+                             sl.data(), count, b.data(), frames, none, sf),
                   vspStatusOk);
         ASSERT_TRUE(a.guardsIntact() && b.guardsIntact());
         for (int f = 0; f < frames; ++f) {
-          float want = none;
+          float want = none, score = 0;
           uint16_t hits = 0;
-          for (int m = 0; m < count; ++m) {
-            if (!(sl[size_t(f) * rowBytes + m / 8] & (128 >> (m & 7)))) continue;
-            float score = 0;
-            mb.single(obs.rows[f], means.rows[m], vars.rows[m], width, &score, g[m], sf);
-            want = hits++ ? logAddRef(want, score) : score;
-          }
+          for (int m = 0; m < count; ++m)
+            if (sl[size_t(f) * rowBytes + m / 8] & (128 >> (m & 7))) {
+              mb.single(obs.rows[f], means.rows[m], vars.rows[m], width, &score, g[m], sf);
+              want = hits++ ? logAddRef(want, score) : score;
+            }
           if (!hits) want = none;
-          EXPECT_EQ(bits(a[f]), bits(want)) << "frame " << f;
-          EXPECT_EQ(bits(b[f]), bits(a[f])) << "frame " << f;
+          EXPECT_TRUE(bits(a[f]) == bits(want) && bits(b[f]) == bits(want))
+              << "frame " << f << ": " << a[f] << " " << b[f] << " vs " << want;
         }
       }
 }
@@ -142,13 +123,12 @@ TEST(GaussMixture, RefusalsInEachMembersOrder) {
   // clang-format on
   Args a;
   a.out.snapshot();
-  const SweepResult r = sweepAllocationFailures(
-      [&] {
-        return vspsLogGaussMixture_Select_32f_D2(a.f, a.f, a.f, a.step, a.n[0], a.f, a.u, a.n[1],
-                                                 a.f + 24, a.n[2], 0);
-      },
-      [&](int) { EXPECT_TRUE(a.out.unchanged()); });
-  EXPECT_EQ(r.allocationPoints, 1);
+  const auto call = [&] {
+    return vspsLogGaussMixture_Select_32f_D2(a.f, a.f, a.f, 8, 5, a.f, a.u, 3, a.f + 24, 2, 0);
+  };
+  EXPECT_EQ(
+      sweepAllocationFailures(call, [&](int) { EXPECT_TRUE(a.out.unchanged()); }).allocationPoints,
+      1);
 }
 
 }  // namespace

@@ -40,10 +40,7 @@ const RowMember<int16_t, float> kS16[] = {M(Scaled_16s32f, Scaled, Var, w, n, d 
 // clang-format on
 
 TEST(LogGaussSingle, FloatMembersAgreeWithLongDouble) {
-  expectRows(kF32, 601, dataOf<float>, weightOf<float>);
-  expectRows(kF32D, 602, dataOf<float>, weightOf<float>);
-  expectRows(kF64, 603, dataOf<double>, weightOf<double>);
-  expectRows(kS16, 604, dataOf<int16_t>, weightOf<int16_t>);
+  expectRows(601, false, kF32, kF32D, kF64, kS16);
 }
 
 // ---- Integer members: exact results --------------------------------------------------
@@ -64,7 +61,7 @@ TEST(LogGaussSingleInt, ExactShiftSaturationAndWrap) {
   } cases[] = {// clang-format off
       {{7, -2}, {3, 5}, {5, 9}, 100, -1}, {a, b, {1000, 2000}, -5, 40},    {a, b, {1000, 2000}, -5, 64 + 3},
       {{32767}, {-32768}, {32767}, 0, -40}, {{1}, {0}, {-1}, 10, 0},         {{1}, {0}, {1}, 10, 0},
-      {{0}, {0}, {0}, INT32_MAX, 3},      {big, low, big, -100, 0},        {big, low, big, 12345, 24},
+      {{0}, {0}, {1}, INT32_MAX, 3},      {big, low, big, -100, 0},        {big, low, big, 12345, 24},
       {big, low, low, 100, 2},            {s3, m3, {3, 7, 100}, 50, 0},    {s3, m3, {-3, 7, 100}, 50, -16},
       {s3, m3, {3, -7, 100}, 50, -20},    {hi, lo, {1, 1}, 0, 15},         {hi, lo, {1, 1}, -9, 20}};
   // clang-format on
@@ -78,24 +75,21 @@ TEST(LogGaussSingleInt, ExactShiftSaturationAndWrap) {
       return low ? wrap32(d) : clamp32(d);
     };
     i128 direct = 0;
-    for (int i = 0; i < n; ++i)
-      direct += c.v[i] ? i128(s[i] - m[i]) * (s[i] - m[i]) * 65536 / v[i] : 0;
+    for (int i = 0; i < n; ++i) direct += i128(s[i] - m[i]) * (s[i] - m[i]) * 65536 / v[i];
     const int32_t rnd = c.sf + 17 > 0 ? int32_t(uint32_t(1) << ((c.sf + 16) % 32)) : 0;
     int32_t r[6] = {};
-    ASSERT_EQ(vspsLogGaussSingle_16s32s_Sfs(s, m, v, n, &r[0], c.g, c.sf), vspStatusOk);
-    ASSERT_EQ(vspsLogGaussSingle_Low_16s32s_Sfs(s, m, v, n, &r[1], c.g, c.sf), vspStatusOk);
-    ASSERT_EQ(vspsLogGaussSingle_IdVar_16s32s_Sfs(s, m, n, &r[2], c.g, c.sf), vspStatusOk);
-    ASSERT_EQ(vspsLogGaussSingle_IdVarLow_16s32s_Sfs(s, m, n, &r[3], c.g, c.sf), vspStatusOk);
-    ASSERT_EQ(vspsMahDistSingle_16s32s_Sfs(s, m, v, n, &r[4], c.sf), vspStatusOk);
-    // (A zero variance warns instead: below.)
-    ASSERT_EQ(v[n - 1] ? vspsLogGaussSingle_DirectVar_16s32s_Sfs(s, m, v, n, &r[5], c.g, c.sf) : 0,
-              0);
+    ASSERT_EQ(vspsLogGaussSingle_16s32s_Sfs(s, m, v, n, &r[0], c.g, c.sf) |
+                  vspsLogGaussSingle_Low_16s32s_Sfs(s, m, v, n, &r[1], c.g, c.sf) |
+                  vspsLogGaussSingle_IdVar_16s32s_Sfs(s, m, n, &r[2], c.g, c.sf) |
+                  vspsLogGaussSingle_IdVarLow_16s32s_Sfs(s, m, n, &r[3], c.g, c.sf) |
+                  vspsMahDistSingle_16s32s_Sfs(s, m, v, n, &r[4], c.sf) |
+                  vspsLogGaussSingle_DirectVar_16s32s_Sfs(s, m, v, n, &r[5], c.g, c.sf),
+              vspStatusOk);
     EXPECT_EQ(
         std::vector<int32_t>(r, r + 6),
-        std::vector<int32_t>(
-            {score(full, 0), score(full, 1), score(unit, 0), score(unit, 1),
-             clamp32(shiftRef(int64_t(full), c.sf)),
-             v[n - 1] ? clamp32(c.g - i128(shiftRef(int64_t(direct) + rnd, c.sf + 17))) : 0}));
+        std::vector<int32_t>({score(full, 0), score(full, 1), score(unit, 0), score(unit, 1),
+                              clamp32(shiftRef(int64_t(full), c.sf)),
+                              clamp32(c.g - i128(shiftRef(int64_t(direct) + rnd, c.sf + 17)))}));
   }
 }
 
@@ -126,15 +120,14 @@ struct BlockModel {
     std::vector<std::vector<T>> rows;
     std::vector<const T*> p;
     for (const auto& row : r16) {
-      rows.emplace_back();
-      for (int16_t x : row) rows.back().push_back(T(x / div));
+      auto& t = rows.emplace_back();
+      for (int16_t x : row) t.push_back(T(x / div));
+      p.push_back(t.data());  // (a moved row keeps its storage)
     }
-    for (const auto& row : rows) p.push_back(row.data());
     VspBlockDMatrix* o = nullptr;
     EXPECT_EQ(init(&o, p.data(), sizes.data(), Vsp32s(sizes.size())), 0);
     return o;
   }
-  int len() const { return int(r16.size()); }
   // The sum over the blocks of (s - mean)' M e, where e is s - mean, but
   // saturated to 16 bits in the 16-bit members, with the float rows of M.
   template <class X>
@@ -158,7 +151,7 @@ struct BlockModel {
 TEST(LogGaussSingleBlockDVar, MembersAgreeWithTheQuadraticForm) {
   for (const auto& sizes : {std::vector<int32_t>{2, 3, 1, 7}, {111}, {112}, {60, 240}}) {
     const BlockModel bm(sizes, 4242);
-    const int n = bm.len();
+    const int n = int(bm.r16.size());
     SCOPED_TRACE(n);
     Rng r(4243);
     std::vector<float> s(n), m(n);
@@ -167,12 +160,13 @@ TEST(LogGaussSingleBlockDVar, MembersAgreeWithTheQuadraticForm) {
       s[i] = dataOf<float>(r), m[i] = dataOf<float>(r), s16[i] = r.s16(), m16[i] = r.s16();
     const std::vector<double> s64(s.begin(), s.end()), m64(m.begin(), m.end());
     Guarded<float> f(1);
+    Guarded<int32_t> i(1);
     double g = 0, g64 = 0;
-    int32_t i = 0;
     const double want = double(2.5L - bm.quadratic(s, m) / 2), tol = 1e-12 * (10 + std::fabs(want));
-    ASSERT_EQ(vspsLogGaussSingle_BlockDVar_32f(s.data(), m.data(), bm.o32, n, f.data(), 2.5f), 0);
-    vspsLogGaussSingle_BlockDVar_32f64f(s.data(), m.data(), bm.o32, n, &g, 2.5);
-    vspsLogGaussSingle_BlockDVar_64f(s64.data(), m64.data(), bm.o64, n, &g64, 2.5);
+    ASSERT_EQ(vspsLogGaussSingle_BlockDVar_32f(s.data(), m.data(), bm.o32, n, f.data(), 2.5f) |
+                  vspsLogGaussSingle_BlockDVar_32f64f(s.data(), m.data(), bm.o32, n, &g, 2.5) |
+                  vspsLogGaussSingle_BlockDVar_64f(s64.data(), m64.data(), bm.o64, n, &g64, 2.5),
+              0);
     EXPECT_NEAR(f[0], want, 1e7 * tol);
     EXPECT_NEAR(g, want, tol);
     EXPECT_NEAR(g64, want, tol);
@@ -180,53 +174,46 @@ TEST(LogGaussSingleBlockDVar, MembersAgreeWithTheQuadraticForm) {
       // The 16-bit rows are the float ones times 200; the integer member
       // stores through its overflow branch (INT32_MIN below, INT32_MAX above).
       const double want = double(1000 - bm.quadratic(s16, m16) * 100 * std::ldexp(1.0L, -sf));
-      vspsLogGaussSingle_BlockDVarScaled_16s32f(s16.data(), m16.data(), bm.o16, n, f.data(), 1000,
-                                                sf);
-      EXPECT_NEAR(f[0], want, 1e-5 * std::fabs(want) + 1e-3) << sf;
-      vspsLogGaussSingle_BlockDVar_16s32s_Sfs(s16.data(), m16.data(), bm.o16, n, &i, 1000, sf);
       const double stored = std::min(std::max(want, -2147483648.0), 2147483647.0);
-      EXPECT_NEAR(i, stored, 1e-5 * std::fabs(stored) + 1) << sf;
+      vspsLogGaussSingle_BlockDVarScaled_16s32f(s16.data(), m16.data(), bm.o16, n, &f[0], 1000, sf);
+      vspsLogGaussSingle_BlockDVar_16s32s_Sfs(s16.data(), m16.data(), bm.o16, n, &i[0], 1000, sf);
+      EXPECT_NEAR(f[0], want, 1e-5 * std::fabs(want) + 1e-3) << sf;
+      EXPECT_NEAR(i[0], stored, 1e-5 * std::fabs(stored) + 1) << sf;
     }
-    f.fill();
-    const SweepResult r32 = sweepAllocationFailures(
-        [&] {
-          return vspsLogGaussSingle_BlockDVar_32f(s.data(), m.data(), bm.o32, n, f.data(), 0);
-        },
-        [&](int) { EXPECT_TRUE(f.untouched()); });
-    const SweepResult r16 = sweepAllocationFailures([&] {
-      return vspsLogGaussSingle_BlockDVar_16s32s_Sfs(s16.data(), m16.data(), bm.o16, n, &i, 0, 0);
-    });
-    EXPECT_TRUE(r32.allocationPoints == (n >= 112) && r16.allocationPoints == (n >= 112));
+    const auto untouched = [&](int) { EXPECT_TRUE(f.untouched() && i.untouched()); };
+    for (int k : {0, 1}) {
+      f.fill(), i.fill();
+      const auto call = [&] {
+        return k ? vspsLogGaussSingle_BlockDVar_16s32s_Sfs(s16.data(), m16.data(), bm.o16, n, &i[0],
+                                                           0, 0)
+                 : vspsLogGaussSingle_BlockDVar_32f(s.data(), m.data(), bm.o32, n, &f[0], 0);
+      };
+      EXPECT_EQ(sweepAllocationFailures(call, untouched).allocationPoints, n >= 112) << k;
+    }
   }
 }
 
+// Refusals (the size checks after the pointers), a failed allocation that
+// leaves the handle as it was, also for a block too large to allocate, whose
+// rows are never read; one release for all three element types.
 TEST(BlockDMatrix, RefusalsAndAllocationFailure) {
   const float row[3] = {1, 2, 3};
-  const float* rows[3] = {row, row, row};
-  const int32_t good[2] = {1, 2}, zero[2] = {1, 0}, neg[1] = {-4};
+  const float *rows[3] = {row, row, row}, *none[1] = {nullptr};
+  const int32_t good[2] = {1, 2}, zero[2] = {1, 0}, neg[1] = {-4}, huge[1] = {INT32_MAX};
   VspBlockDMatrix* const kept = reinterpret_cast<VspBlockDMatrix*>(0x1);
   VspBlockDMatrix* o = kept;
-  for (VspStatus st : {vspsBlockDMatrixInitAlloc_32f(nullptr, rows, good, 2),
-                       vspsBlockDMatrixInitAlloc_32f(&o, nullptr, good, 2),
-                       vspsBlockDMatrixInitAlloc_32f(&o, rows, nullptr, 0)})
-    EXPECT_EQ(st, vspStatusNullPointer);
-  for (VspStatus st : {vspsBlockDMatrixInitAlloc_32f(&o, rows, good, 0),
-                       vspsBlockDMatrixInitAlloc_32f(&o, rows, zero, 2),
-                       vspsBlockDMatrixInitAlloc_32f(&o, rows, neg, 1)})
-    EXPECT_EQ(st, vspStatusBadSize);
+  const auto init = vspsBlockDMatrixInitAlloc_32f;
+  const VspStatus kNull = vspStatusNullPointer, kSize = vspStatusBadSize;
+  EXPECT_EQ(std::vector<VspStatus>({init(nullptr, rows, good, 2), init(&o, nullptr, good, 2),
+                                    init(&o, rows, nullptr, 0), init(&o, rows, good, 0),
+                                    init(&o, rows, zero, 2), init(&o, rows, neg, 1),
+                                    init(&o, none, huge, 1)}),
+            std::vector<VspStatus>({kNull, kNull, kNull, kSize, kSize, kSize, vspStatusNoMemory}));
   EXPECT_EQ(o, kept);
-  const SweepResult r =
-      sweepAllocationFailures([&] { return vspsBlockDMatrixInitAlloc_32f(&o, rows, good, 2); },
-                              [&](int) { EXPECT_EQ(o, kept); });
-  EXPECT_EQ(r.allocationPoints, 1);
-  EXPECT_EQ(vspsBlockDMatrixFree_64f(o), vspStatusOk);  // one entry point, three names
+  const auto call = [&] { return init(&o, rows, good, 2); };
+  EXPECT_EQ(sweepAllocationFailures(call, [&](int) { EXPECT_EQ(o, kept); }).allocationPoints, 1);
+  EXPECT_EQ(vspsBlockDMatrixFree_64f(o), vspStatusOk);
   EXPECT_EQ(vspsBlockDMatrixFree_32f(nullptr), vspStatusNullPointer);
-  // A block too large to allocate is a failed allocation, not a crash; its
-  // rows are never read.
-  const int32_t huge[1] = {INT32_MAX};
-  const double* none[1] = {nullptr};
-  VspBlockDMatrix* h = nullptr;
-  EXPECT_EQ(vspsBlockDMatrixInitAlloc_64f(&h, none, huge, 1), vspStatusNoMemory);
 }
 
 // ---- Refusals --------------------------------------------------------------------------
@@ -242,21 +229,14 @@ TEST(LogGaussSingle, RefusalsPointersThenSize) {
   expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.p(0, a.s), a.p(1, a.s), a.p(2, a.s), a.n[0], a.p(3, a.i), 0, 0); });
   expectOrder(o, 4, 1, [](Args& a) { return vspsLogGaussSingle_BlockDVar_32f(a.p(0, a.f), a.p(1, a.f), a.p(2, bm->o32), a.n[0], a.p(3, a.f), 0); });
   // A zero variance, even the last, stops a direct-variance member with
-  // nothing written.
-  for (VspStatus (*fn)(Args&) : {
-           +[](Args& a) { return vspsLogGaussSingle_DirectVar_32f(a.f, a.f, a.f + 8, a.n[0], a.f + 24, 0); },
-           +[](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.s, a.s, a.s + 8, a.n[0], a.i, 0, 0); }}) {
-    Args::fn = fn;
-    expectRefusals<Args>({{"zero variance", [](Args& a) { a.f[12] = a.d[12] = a.s[12] = 0; }, vspWarningDivideByZero}});
-  }
+  // nothing written; the block members also refuse a length that is not the
+  // object's.
+  const auto one = [](VspStatus (*fn)(Args&), const char* what, void (*spoil)(Args&), VspStatus st) { Args::fn = fn, expectRefusals<Args>({{what, spoil, st}}); };
+  one([](Args& a) { return vspsLogGaussSingle_DirectVar_32f(a.f, a.f, a.f + 8, a.n[0], a.f + 24, 0); }, "zero variance", [](Args& a) { a.f[12] = 0; }, vspWarningDivideByZero);
+  one([](Args& a) { return vspsLogGaussSingle_DirectVar_16s32s_Sfs(a.s, a.s, a.s + 8, a.n[0], a.i, 0, 0); }, "zero variance", [](Args& a) { a.s[12] = 0; }, vspWarningDivideByZero);
+  one([](Args& a) { return vspsLogGaussSingle_BlockDVar_32f(a.f, a.f, bm->o32, a.n[0], a.f + 24, 0); }, "length 4", [](Args& a) { a.n[0] = 4; }, vspStatusBadSize);
+  one([](Args& a) { return vspsLogGaussSingle_BlockDVar_32f(a.f, a.f, bm->o32, a.n[0], a.f + 24, 0); }, "length 6", [](Args& a) { a.n[0] = 6; }, vspStatusBadSize);
   // clang-format on
-  // The block members also refuse a length that is not the object's.
-  Guarded<float> out(1);
-  const float x[8] = {};
-  for (int len : {4, 6})
-    EXPECT_EQ(vspsLogGaussSingle_BlockDVar_32f(x, x, bm->o32, len, out.data(), 0),
-              vspStatusBadSize);
-  EXPECT_TRUE(out.untouched());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "frame/cpu.h"
@@ -49,12 +50,9 @@ class Guarded {
     return true;
   }
   bool guardsIntact() const {
-    const unsigned char* b = raw_.data();
     const unsigned char* e = begin_ + n_ * sizeof(T);
-    for (const unsigned char* p = b; p < begin_; ++p)
-      if (*p != kSentinel) return false;
-    for (const unsigned char* p = e; p < raw_.data() + raw_.size(); ++p)
-      if (*p != kSentinel) return false;
+    for (const unsigned char& c : raw_)
+      if ((&c < begin_ || &c >= e) && c != kSentinel) return false;
     return true;
   }
 
@@ -206,14 +204,10 @@ inline const char* tierName(vsp::Tier t) {
 }
 
 // Bit patterns, for exact comparisons of floating results.
-inline uint32_t bits(float f) {
-  uint32_t u;
-  std::memcpy(&u, &f, 4);
-  return u;
-}
-inline uint64_t bits(double d) {
-  uint64_t u;
-  std::memcpy(&u, &d, 8);
+template <class F, class = std::enable_if_t<std::is_floating_point_v<F>>>
+auto bits(F f) {
+  std::conditional_t<sizeof(F) == 4, uint32_t, uint64_t> u;
+  std::memcpy(&u, &f, sizeof u);
   return u;
 }
 
