@@ -387,7 +387,7 @@ TEST(FBank32s, CentresWeightsEvaluationAndRefusals) {
     expectCentre(s->centers[i], (std::exp(i * melOf(8000) / 25 / kMul) - 1) * 700 * 512 / 16000,
                  true, i);
   for (int32_t amplitude : {1000, 1 << 24, INT32_MAX}) {
-    const auto x = randomVector<int32_t>(257, 32 + amplitude, -amplitude, amplitude);
+    const auto x = randomVector<int32_t>(257, uint64_t(amplitude) + 32, -amplitude, amplitude);
     for (int sf : {-31, -12, -1, 0, 1, 7, 31}) {
       Guarded<int32_t> dst(24);
       ASSERT_TRUE(vspsEvalFBank_32s_Sfs(x.data(), dst.data(), s, sf) == 0 && dst.guardsIntact());
