@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -155,14 +156,8 @@ TEST(Pipeline, WavReaderRefusesWhatItCannotRead) {
   const std::string dir = testing::TempDir();
   auto write = [&](const char* name, const std::vector<unsigned char>& bytes) {
     const std::string p = dir + name;
-    FILE* f = std::fopen(p.c_str(), "wb");
-    if (f == nullptr) {
-      ADD_FAILURE() << "cannot write " << p;
-      return p;
-    }
-    // An empty vector's data() may be null, which fwrite must not be given.
-    if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), f);
-    std::fclose(f);
+    std::ofstream f(p, std::ios::binary);  // an empty vector's data() may be null
+    if (!bytes.empty()) f.write(reinterpret_cast<const char*>(bytes.data()), long(bytes.size()));
     return p;
   };
   auto wav = [](unsigned format, unsigned channels, unsigned rate, unsigned bits,
