@@ -147,13 +147,6 @@ TEST(Pipeline, SyntheticUtteranceMatchesTheDoublePrecisionRoad) {
 }
 
 TEST(Pipeline, WavReaderRefusesWhatItCannotRead) {
-  const std::string dir = testing::TempDir();
-  auto write = [&](const char* name, const std::vector<unsigned char>& bytes) {
-    const std::string p = dir + name;
-    std::ofstream f(p, std::ios::binary);  // an empty vector's data() may be null
-    if (!bytes.empty()) f.write(reinterpret_cast<const char*>(bytes.data()), long(bytes.size()));
-    return p;
-  };
   auto wav = [](unsigned format, unsigned channels, unsigned rate, unsigned bits,
                 std::vector<unsigned char> data, unsigned long dataLen) {
     std::vector<unsigned char> b = {'R', 'I', 'F', 'F', 0,   0,   0,  0, 'W', 'A',
@@ -168,46 +161,44 @@ TEST(Pipeline, WavReaderRefusesWhatItCannotRead) {
     b.insert(b.end(), data.begin(), data.end());
     return b;
   };
-  struct Row {
+  std::vector<unsigned char> fmtOnly = wav(1, 1, 16000, 16, {}, 0);
+  fmtOnly.resize(fmtOnly.size() - 8);
+  // The first file is never written. The last one's data chunk claims more
+  // than the file holds, which keeps what is there, and stereo keeps the
+  // first channel.
+  const struct {
     const char* name;
     std::vector<unsigned char> bytes;
     const char* message;
-  };
-  std::vector<unsigned char> fmtOnly = wav(1, 1, 16000, 16, {}, 0);
-  fmtOnly.resize(fmtOnly.size() - 8);
-  const Row rows[] = {
-      {"empty.wav", {}, "not a RIFF/WAVE"},
-      {"text.wav", std::vector<unsigned char>(13, 'x'), "not a RIFF/WAVE"},
-      {"float.wav", wav(3, 1, 16000, 32, {0, 0, 0, 0}, 4), "not 16-bit PCM"},
-      {"8bit.wav", wav(1, 1, 16000, 8, {0, 0}, 2), "not 16-bit PCM"},
-      {"rate.wav", wav(1, 1, 96000, 16, {0, 0}, 2), "unsupported sampling rate"},
-      {"nodata.wav", fmtOnly, "no data chunk"},
-  };
-  for (const Row& r : rows) {
+  } rows[] = {{"missing.wav", {}, "cannot open"},
+              {"empty.wav", {}, "not a RIFF/WAVE"},
+              {"text.wav", std::vector<unsigned char>(13, 'x'), "not a RIFF/WAVE"},
+              {"float.wav", wav(3, 1, 16000, 32, {0, 0, 0, 0}, 4), "not 16-bit PCM"},
+              {"8bit.wav", wav(1, 1, 16000, 8, {0, 0}, 2), "not 16-bit PCM"},
+              {"rate.wav", wav(1, 1, 96000, 16, {0, 0}, 2), "unsupported sampling rate"},
+              {"nodata.wav", fmtOnly, "no data chunk"},
+              {"stereo.wav", wav(1, 2, 8000, 16, {1, 0, 9, 9, 0xFF, 0xFF, 9, 9}, 4000), nullptr}};
+  for (const auto& r : rows) {
+    const std::string p = testing::TempDir() + r.name;
+    std::ofstream f;
+    if (&r != rows) f.open(p, std::ios::binary);
+    // An empty vector's data() may be null, which no write may be given.
+    if (!r.bytes.empty())
+      f.write(reinterpret_cast<const char*>(r.bytes.data()), long(r.bytes.size()));
+    f.close();
     Vsp16s* s = nullptr;
     size_t n = 0;
     int rate = 0;
     char err[256] = "";
-    EXPECT_NE(pipelineReadWav(write(r.name, r.bytes).c_str(), &s, &n, &rate, err, sizeof err), 0)
-        << r.name;
-    EXPECT_NE(std::string(err).find(r.message), std::string::npos) << r.name << ": " << err;
+    const int st = pipelineReadWav(p.c_str(), &s, &n, &rate, err, sizeof err);
+    if (r.message) {
+      EXPECT_TRUE(st != 0 && std::string(err).find(r.message) != std::string::npos) << r.name;
+      continue;
+    }
+    ASSERT_EQ(st, 0) << err;
+    EXPECT_TRUE(n == 2 && rate == 8000 && s[0] == 1 && s[1] == -1);
+    std::free(s);
   }
-  // A data chunk that claims more than the file holds keeps what is there,
-  // and stereo keeps the first channel.
-  Vsp16s* s = nullptr;
-  size_t n = 0;
-  int rate = 0;
-  char err[256] = "";
-  const std::string p =
-      write("stereo.wav", wav(1, 2, 8000, 16, {1, 0, 9, 9, 0xFF, 0xFF, 9, 9}, 4000));
-  ASSERT_EQ(pipelineReadWav(p.c_str(), &s, &n, &rate, err, sizeof err), 0) << err;
-  EXPECT_EQ(n, 2u);
-  EXPECT_EQ(rate, 8000);
-  EXPECT_EQ(s[0], 1);
-  EXPECT_EQ(s[1], -1);
-  std::free(s);
-  EXPECT_NE(pipelineReadWav((dir + "missing.wav").c_str(), &s, &n, &rate, err, sizeof err), 0);
-  EXPECT_NE(std::string(err).find("cannot open"), std::string::npos);
 }
 
 }  // namespace
