@@ -90,7 +90,6 @@ TEST(Fixed, SaturationAndWrap) {
 
 TEST(Fixed, FloatToIntegerClampsThenTruncates) {
   EXPECT_EQ(vsp::f32ToS32Clamp(3e9f), INT32_MIN);  // the bound itself overflows
-  EXPECT_EQ(vsp::f32ToS32Clamp(-3e9f), INT32_MIN);
   EXPECT_EQ(vsp::f32ToS32Clamp(-0.75f), 0);
   EXPECT_EQ(vsp::f32ToS32Branch(3e9f), INT32_MAX);
   EXPECT_EQ(vsp::f32ToS32Branch(2147483648.0f), INT32_MIN);
@@ -114,24 +113,6 @@ TEST(Scratch, CountBelowOneNeverAllocates) {
   EXPECT_EQ(vsp::scratch16(-1), nullptr);
   EXPECT_EQ(vsp::scratch64(INT32_MIN), nullptr);
   EXPECT_EQ(vspcoreTestAllocations(), before);
-}
-
-TEST(Scratch, StackBelowTheLimitHeapFromIt) {
-  const long live = vspcoreTestLiveBlocks();
-  {
-    vsp::Scratch<float, 112> small(111);
-    EXPECT_TRUE(small.ok());
-    EXPECT_FALSE(small.onHeap());
-    vsp::Scratch<float, 112> big(113);
-    EXPECT_TRUE(big.ok());
-    EXPECT_TRUE(big.onHeap());
-    EXPECT_EQ(vspcoreTestLiveBlocks(), live + 1);
-  }
-  EXPECT_EQ(vspcoreTestLiveBlocks(), live);
-  vspcoreTestFailAfter(1);
-  vsp::Scratch<float, 8> failed(9);
-  vspcoreTestFailAfter(0);
-  EXPECT_FALSE(failed.ok());
 }
 
 TEST(Core, BlocksAreAlignedTo64Bytes) {
